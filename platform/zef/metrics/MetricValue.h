@@ -1,0 +1,22 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+namespace zef::metrics {
+
+enum class ValueType : uint64_t {
+    Unit = 1,
+    Frequency = 2,
+    Latency = 3,
+};
+
+// A named value in the registry; `Text` is its reading for a dump.
+class MetricValue {
+public:
+    virtual ~MetricValue() = default;
+    virtual ValueType Type() const = 0;
+    virtual std::string Text() const = 0;
+};
+
+}  // namespace zef::metrics

@@ -1,0 +1,90 @@
+#pragma once
+
+#include <cstdint>
+
+namespace CfgAgent {
+
+// Property codes; the ranges follow the object kind.
+enum PropertyType : uint32_t {
+    INVALID_PROPERTY = 0,
+    // Logical switch
+    LS_VNI = 10,
+    LS_REPLICATION_MODE = 11,
+    LS_TRANSPORT_BINDING = 12,
+    LS_VLAN = 13,
+    LS_ADMIN_STATE_UP = 14,
+    LS_TRANSPORT_ZONE_ID = 15,
+    LS_ROUTING_DOMAIN_ID = 16,
+    LS_VLAN_TRUNK = 17,
+    LS_UPLINK_TEAMING_POLICY = 18,
+    LS_TYPE = 19,
+    LS_SP_SUBTYPE = 20,
+    LS_MAC_MANAGEMENT = 21,
+    LS_SWITCH_NAME = 22,
+    LS_EXTRA_CONFIGS = 23,
+    LS_TENANT_CONTEXT = 24,
+    LS_ATTACHMENT = 25,
+    // Logical switch port
+    LSP_SWITCH_ID = 50,
+    LSP_ATTACHMENT = 51,
+    LSP_IP_DISCOVERY = 52,
+    LSP_SWITCH_SECURITY = 53,
+    LSP_QOS = 54,
+    LSP_MIRROR_TARGETS = 55,
+    LSP_IPFIX = 56,
+    LSP_ADMIN_STATE_UP = 57,
+    LSP_MAC_MANAGEMENT = 58,
+    LSP_ADDRESS_BINDINGS = 59,
+    LSP_EXTRA_CONFIGS = 60,
+    LSP_IGNORE_BINDINGS = 61,
+    LSP_IS_TMR_TAK = 62,
+    LSP_TENANT_CONTEXT = 63,
+    LSP_REALTIME_PROFINET = 64,
+    LSP_REALTIME_LATENCY = 65,
+    LSP_REALTIME_PRP = 66,
+    // Transport node
+    TN_CERTIFICATE = 100,
+    TN_TRANSPORT_SWITCHES = 101,
+    TN_BFD = 102,
+    TN_TYPE = 103,
+    TN_LABEL = 104,
+    // Port mirror session
+    PMS_LOGICAL_PORT_MIRROR_SESSION = 150,
+    PMS_UPLINK_PORT_MIRROR_SESSION = 151,
+    PMS_RSPAN_SRC_MIRROR_SESSION = 152,
+    PMS_RSPAN_DST_MIRROR_SESSION = 153,
+    PMS_L3SPAN_MIRROR_SESSION = 154,
+    // IPFIX
+    IPFIX_SWITCH_GLOBAL_CONFIG = 200,
+    IPFIX_SWITCH_CONFIG_LEGACY = 201,
+    // VIF
+    VIF_IP_DISCOVEREDBINDING = 250,
+    VIF_MAC = 251,
+    // L2 table
+    L2_VM_IP = 300,
+    L2_VM_MAC = 301,
+    L2_VTEP = 302,
+    L2_VTEP_GROUP_LABEL = 303,
+    L2_VTEP_GROUP = 304,
+    // L3 table
+    L3_FIB_ROUTER_ID = 400,
+    L3_FIB_IP_PREFIX = 401,
+    L3_FIB_NEXT_HOP = 402,
+    L3_ARP_ROUTER_PORT_ID = 403,
+    L3_ARP_ENTRY = 404,
+    L3_DAD_STATUS = 405,
+    L3_DAD_REQ = 406,
+    // Profile
+    PROFILE_TYPE = 450,
+    IPFIX_SWITCH_PROFILE = 451,
+    IPFIX_COLLECTOR_PROFILE = 452,
+    // Others
+    CONTINER_LOGICAL_SWITCH_PORT = 500,
+    DA_VIF = 550,
+    BRIDGE_NODES = 600,
+    BFD_HA = 601,
+};
+
+const char* PropertyTypeToString(uint32_t code);
+
+}  // namespace CfgAgent

@@ -1,0 +1,19 @@
+#pragma once
+
+#include <cstdint>
+#include <map>
+
+#include "frame/vocabulary/ComponentType.h"
+#include "frame/vocabulary/LoftDBUpdateMsg.h"
+
+namespace CfgAgent {
+
+// One store transaction as it lies in the update queue: each component's
+// share, in ascending ComponentType, handed over whole.
+struct Transaction {
+    std::map<ComponentType, LoftDBUpdateList> updates;
+    bool isFullSync = false;
+    uint64_t transactionId = 0;
+};
+
+}  // namespace CfgAgent

@@ -1,0 +1,72 @@
+#pragma once
+
+#include <atomic>
+#include <boost/asio/ip/tcp.hpp>
+#include <chrono>
+#include <cstdint>
+#include <deque>
+#include <functional>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <string>
+
+#include "rpc.pb.h"
+#include "zef/rpc/Service.h"
+
+namespace zef::rpc {
+
+using ServiceTable = std::map<std::string, std::shared_ptr<Service>>;
+
+// One TCP connection of the local RPC. It is symmetric: whichever side
+// dialled, each side may call the other and serves its own service table.
+// Frames are a 4-byte big-endian length and a serialized RpcFrameMsg.
+class Connection : public std::enable_shared_from_this<Connection> {
+public:
+    static constexpr uint32_t kMaxFrame = 64u << 20;
+    using Status = RpcFrameMsg::Status;
+    using ResponseCallback = std::function<void(Status, const std::string& payload)>;
+
+    Connection(boost::asio::ip::tcp::socket socket, std::shared_ptr<const ServiceTable> services,
+               std::string localEndpointId);
+    ~Connection();
+    Connection(const Connection&) = delete;
+    Connection& operator=(const Connection&) = delete;
+
+    // Starts reading; sends this side's endpoint id first.
+    void Start();
+    // The callback runs on the RPC thread, with INTERNAL if the connection ends first.
+    void Call(const std::string& service, const std::string& method, std::string payload,
+              ResponseCallback callback);
+    // Waits for the answer; never call it from the RPC thread.
+    Status CallSync(const std::string& service, const std::string& method, std::string payload,
+                    std::string& response, std::chrono::milliseconds timeout);
+    void Close();
+
+    bool IsOpen() const { return _open.load(); }
+    std::string PeerEndpointId() const;
+
+private:
+    void ReadHeader();
+    void ReadBody(uint32_t length);
+    void OnFrame(const RpcFrameMsg& frame);
+    void Send(const RpcFrameMsg& frame);
+    void WriteNext();
+    void FailPending();
+
+    boost::asio::ip::tcp::socket _socket;
+    const std::shared_ptr<const ServiceTable> _services;
+    const std::string _localEndpointId;
+    std::atomic<bool> _open{true};
+
+    uint8_t _header[4] = {};
+    std::string _body;
+    std::deque<std::string> _writes;  // touched on the RPC thread only
+
+    mutable std::mutex _mutex;  // guards the fields below
+    uint64_t _nextCallId = 1;
+    std::map<uint64_t, ResponseCallback> _pending;
+    std::string _peerEndpointId;
+};
+
+}  // namespace zef::rpc

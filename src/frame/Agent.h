@@ -1,0 +1,22 @@
+#pragma once
+
+#include <string>
+
+namespace CfgAgent {
+
+// The process: start in a fixed order, run the provider's loop until told to
+// stop, stop in the reverse order of dependence. Returns main's status.
+class Agent {
+public:
+    static int Main(int argc, char** argv);
+
+private:
+    static bool ParseCommandLine(int argc, char** argv, std::string& configPath);
+    static bool LoadConfiguration(const std::string& path);
+    static void ApplyLogSettings();
+    static void IgnoreSigpipe();
+    static void EnableCoreDump();
+    static int Run();
+};
+
+}  // namespace CfgAgent

@@ -1,0 +1,18 @@
+#pragma once
+
+#include "frame/vocabulary/LoftDBUpdateMsg.h"
+#include "zef/IRefCountable.h"
+#include "zef/RefCounted.h"
+
+namespace CfgAgent {
+
+// Base of every receiver of store transactions. Each concrete class derives
+// from zef::RefCounted<Itself, Component>.
+class Component : public zef::RefCounted<Component, zef::IRefCountable> {
+public:
+    // One component's share of one store transaction, on the dispatcher's
+    // thread. The list stays the caller's.
+    virtual void UpdateDesiredState(const LoftDBUpdateList& list, bool isFullSync) = 0;
+};
+
+}  // namespace CfgAgent

@@ -4,7 +4,9 @@
 
 #include <boost/asio/io_context.hpp>
 #include <chrono>
+#include <algorithm>
 #include <exception>
+#include <stdexcept>
 #include <string>
 
 #include "frame/AgentLock.h"
@@ -114,7 +116,8 @@ WorkGroup::~WorkGroup() {
 
 bool WorkGroup::Enqueue(std::shared_ptr<WorkItem> item) {
     std::lock_guard<std::mutex> guard(_mutex);
-    if (limit != -1 && _queue.size() >= static_cast<size_t>(limit)) {
+    // After stop no thread would ever run the item.
+    if (!running || (limit != -1 && _queue.size() >= static_cast<size_t>(limit))) {
         return false;
     }
     item->enqueueTime = SteadyNanos();
@@ -128,13 +131,19 @@ bool WorkGroup::Enqueue(std::shared_ptr<WorkItem> item) {
 }
 
 void WorkGroup::Shutdown() {
+    const auto self = std::this_thread::get_id();
+    if (std::any_of(_threads.begin(), _threads.end(),
+                    [self](const std::thread& thread) { return thread.get_id() == self; })) {
+        // A pool thread cannot join its own group.
+        throw std::logic_error("work group stopped from one of its own threads");
+    }
     {
         std::lock_guard<std::mutex> guard(_mutex);
         running = false;
         _condition.notify_all();
     }
     for (std::thread& thread : _threads) {
-        if (thread.joinable() && thread.get_id() != std::this_thread::get_id()) {
+        if (thread.joinable()) {
             thread.join();
         }
     }

@@ -82,6 +82,18 @@ std::vector<uint16_t> Server::BoundPorts() const {
     return ports;
 }
 
+std::vector<std::shared_ptr<Connection>> Server::Connections() const {
+    std::lock_guard<std::mutex> guard(_mutex);
+    std::vector<std::shared_ptr<Connection>> open;
+    for (const auto& weak : _connections) {
+        auto connection = weak.lock();
+        if (connection && connection->IsOpen()) {
+            open.push_back(std::move(connection));
+        }
+    }
+    return open;
+}
+
 void Server::Stop() {
     std::promise<void> done;
     boost::asio::post(_context, [this, &done] {

@@ -25,6 +25,8 @@ public:
     void StartAccepting();
     // Closes the acceptors and every connection; not from the RPC thread.
     void Stop();
+    // The connections accepted and still open, to call the peers that dialled.
+    std::vector<std::shared_ptr<Connection>> Connections() const;
     // The port bound for an endpoint asked with port 0, in Listen order.
     std::vector<uint16_t> BoundPorts() const;
 

@@ -20,8 +20,10 @@ inline std::string LogArg(const std::string& text) { return text; }
 inline std::string LogArg(std::string&& text) { return std::move(text); }
 inline std::string LogArg(char* text) { return LogArg(static_cast<const char*>(text)); }
 
+inline std::string LogArg(char c) { return std::string(1, c); }
+
 template <typename T>
-    requires std::integral<T>
+    requires(std::integral<T> && !std::same_as<T, char>)
 std::string LogArg(T value) {
     if constexpr (std::is_signed_v<T>) {
         return LogArg(static_cast<long long>(value));

@@ -51,6 +51,7 @@ void LogTables::Load(const std::string& messageIdsPath, const std::string& struc
         if (parts.size() != 2) {
             return;
         }
+        boost::algorithm::trim(parts[0]);
         std::set<std::string>& allowed = _structuredData[parts[0]];
         boost::algorithm::trim(parts[1]);
         if (parts[1].empty()) {

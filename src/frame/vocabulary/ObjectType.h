@@ -5,6 +5,7 @@
 namespace CfgAgent {
 
 // The store's object type codes used by the agent; gaps are part of the wire.
+// The two codes whose names a property also bears carry an _OBJECT suffix.
 enum ObjectType : uint32_t {
     OBJECT_TYPE_INVALID = 0,
     LOG_SWITCH_CONFIG = 1,
@@ -28,7 +29,7 @@ enum ObjectType : uint32_t {
     FIB = 49,
     CRADLE_CHANNEL_VIF_CONFIG = 52,
     CRADLE_CHANNEL_GLOBAL_CONFIG = 53,
-    DA_VIF_OBJECT = 56,  // DA_VIF; the property of that name keeps the plain one
+    DA_VIF_OBJECT = 56,
     LB_VIRTUAL_SERVER = 63,
     LB_APPLICATION_PROFILE = 64,
     LB_PERSISTENCE_PROFILE = 68,
@@ -52,7 +53,7 @@ enum ObjectType : uint32_t {
     DAD_PROFILE_CONFIG = 151,
     LOG_ROUTER_PORT_DAD_STATE = 153,
     LOG_ROUTER_PORT_FIB_DAD_STATE = 154,
-    L2_VTEP_GROUP = 162,
+    L2_VTEP_GROUP_OBJECT = 162,
     IDS_SIGNATURES = 174,
     MULTICAST_CONFIG = 176,
     NSG_MEMBERSHIP_STATUS = 179,

@@ -1,0 +1,9 @@
+#!/usr/bin/env bash
+# Builds the benchmarks optimised and runs them.
+set -euo pipefail
+top=$(cd "$(dirname "$0")/.." && pwd)
+cd "$top"
+bash scripts/setup.sh
+cmake -S . -B build-release -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DZEF_BUILD_TESTS=OFF -DZEF_BUILD_BENCH=ON >/dev/null
+cmake --build build-release --target frame_bench
+build-release/bench/frame_bench "$@"

@@ -1,45 +1,29 @@
 #include "zef/rpc/Connection.h"
 
-#include <boost/asio/post.hpp>
-#include <boost/asio/read.hpp>
-#include <boost/asio/write.hpp>
 #include <future>
 
 #include "frame/log/zef/Logger.h"
 #include "zef/LibraryLogLevels.h"
+#include "zef/net/FramedSocket.h"
 
 namespace zef::rpc {
 
-namespace {
-
-std::string EncodeFrame(const RpcFrameMsg& frame) {
-    const std::string body = frame.SerializeAsString();
-    const auto length = static_cast<uint32_t>(body.size());
-    std::string out(4, '\0');
-    out[0] = static_cast<char>(length >> 24);
-    out[1] = static_cast<char>(length >> 16);
-    out[2] = static_cast<char>(length >> 8);
-    out[3] = static_cast<char>(length);
-    return out + body;
-}
-
-}  // namespace
-
 Connection::Connection(boost::asio::ip::tcp::socket socket,
                        std::shared_ptr<const ServiceTable> services, std::string localEndpointId)
-    : _socket(std::move(socket)),
+    : _socket(std::make_shared<net::FramedSocket>(std::move(socket), kMaxFrame)),
       _services(std::move(services)),
       _localEndpointId(std::move(localEndpointId)) {}
 
 Connection::~Connection() { FailPending(); }
 
 void Connection::Start() {
-    boost::asio::post(_socket.get_executor(), [self = shared_from_this()] {
-        RpcFrameMsg hello;
-        hello.set_endpoint_id(self->_localEndpointId);
-        self->Send(hello);
-        self->ReadHeader();
-    });
+    // The handlers keep the connection alive while its socket is open; the
+    // socket drops them when it closes.
+    _socket->Start([self = shared_from_this()](std::string frame) { self->OnFrame(frame); },
+                   [self = shared_from_this()](const std::string&) { self->FailPending(); });
+    RpcFrameMsg hello;
+    hello.set_endpoint_id(_localEndpointId);
+    _socket->Send(hello.SerializeAsString());
 }
 
 std::string Connection::PeerEndpointId() const {
@@ -63,8 +47,7 @@ void Connection::Call(const std::string& service, const std::string& method, std
         frame.set_call_id(_nextCallId++);
         _pending.emplace(frame.call_id(), std::move(callback));
     }
-    boost::asio::post(_socket.get_executor(),
-                      [self = shared_from_this(), frame = std::move(frame)] { self->Send(frame); });
+    _socket->Send(frame.SerializeAsString());
 }
 
 Connection::Status Connection::CallSync(const std::string& service, const std::string& method,
@@ -83,14 +66,7 @@ Connection::Status Connection::CallSync(const std::string& service, const std::s
     return status;
 }
 
-void Connection::Close() {
-    boost::asio::post(_socket.get_executor(), [self = shared_from_this()] {
-        boost::system::error_code ignored;
-        self->_socket.shutdown(boost::asio::ip::tcp::socket::shutdown_both, ignored);
-        self->_socket.close(ignored);
-        self->FailPending();
-    });
-}
+void Connection::Close() { _socket->Close("closed"); }
 
 void Connection::FailPending() {
     std::map<uint64_t, ResponseCallback> pending;
@@ -104,51 +80,15 @@ void Connection::FailPending() {
     }
 }
 
-void Connection::ReadHeader() {
-    boost::asio::async_read(
-        _socket, boost::asio::buffer(_header),
-        [self = shared_from_this()](const boost::system::error_code& error, size_t) {
-            if (error) {
-                self->FailPending();
-                return;
-            }
-            const uint32_t length = (uint32_t{self->_header[0]} << 24) |
-                                    (uint32_t{self->_header[1]} << 16) |
-                                    (uint32_t{self->_header[2]} << 8) | uint32_t{self->_header[3]};
-            if (length > kMaxFrame) {
-                ZEF_LIB_LOG(library_log_level, LIB_LOG_ERROR)
-                    .s2comp("zef-rpc")
-                    .put("RPC frame of %u bytes refused", length);
-                self->Close();
-                return;
-            }
-            self->ReadBody(length);
-        });
-}
-
-void Connection::ReadBody(uint32_t length) {
-    _body.assign(length, '\0');
-    boost::asio::async_read(
-        _socket, boost::asio::buffer(_body),
-        [self = shared_from_this()](const boost::system::error_code& error, size_t) {
-            if (error) {
-                self->FailPending();
-                return;
-            }
-            RpcFrameMsg frame;
-            if (!frame.ParseFromString(self->_body)) {
-                ZEF_LIB_LOG(library_log_level, LIB_LOG_ERROR)
-                    .s2comp("zef-rpc")
-                    .put("RPC frame does not parse, connection closed");
-                self->Close();
-                return;
-            }
-            self->OnFrame(frame);
-            self->ReadHeader();
-        });
-}
-
-void Connection::OnFrame(const RpcFrameMsg& frame) {
+void Connection::OnFrame(const std::string& bytes) {
+    RpcFrameMsg frame;
+    if (!frame.ParseFromString(bytes)) {
+        ZEF_LIB_LOG(library_log_level, LIB_LOG_ERROR)
+            .s2comp("zef-rpc")
+            .put("RPC frame does not parse, connection closed");
+        Close();
+        return;
+    }
     if (frame.has_endpoint_id()) {
         std::lock_guard<std::mutex> guard(_mutex);
         _peerEndpointId = frame.endpoint_id();
@@ -180,30 +120,7 @@ void Connection::OnFrame(const RpcFrameMsg& frame) {
         reply.set_status(service->second->Invoke(frame.method(), frame.payload(),
                                                  *reply.mutable_payload()));
     }
-    Send(reply);
-}
-
-void Connection::Send(const RpcFrameMsg& frame) {
-    _writes.push_back(EncodeFrame(frame));
-    if (_writes.size() == 1) {
-        WriteNext();
-    }
-}
-
-void Connection::WriteNext() {
-    boost::asio::async_write(
-        _socket, boost::asio::buffer(_writes.front()),
-        [self = shared_from_this()](const boost::system::error_code& error, size_t) {
-            if (error) {
-                self->_writes.clear();
-                self->FailPending();
-                return;
-            }
-            self->_writes.pop_front();
-            if (!self->_writes.empty()) {
-                self->WriteNext();
-            }
-        });
+    _socket->Send(reply.SerializeAsString());
 }
 
 }  // namespace zef::rpc

@@ -4,7 +4,6 @@
 #include <boost/asio/ip/tcp.hpp>
 #include <chrono>
 #include <cstdint>
-#include <deque>
 #include <functional>
 #include <map>
 #include <memory>
@@ -13,6 +12,10 @@
 
 #include "rpc.pb.h"
 #include "zef/rpc/Service.h"
+
+namespace zef::net {
+class FramedSocket;
+}
 
 namespace zef::rpc {
 
@@ -47,21 +50,13 @@ public:
     std::string PeerEndpointId() const;
 
 private:
-    void ReadHeader();
-    void ReadBody(uint32_t length);
-    void OnFrame(const RpcFrameMsg& frame);
-    void Send(const RpcFrameMsg& frame);
-    void WriteNext();
+    void OnFrame(const std::string& bytes);
     void FailPending();
 
-    boost::asio::ip::tcp::socket _socket;
+    const std::shared_ptr<net::FramedSocket> _socket;
     const std::shared_ptr<const ServiceTable> _services;
     const std::string _localEndpointId;
     std::atomic<bool> _open{true};
-
-    uint8_t _header[4] = {};
-    std::string _body;
-    std::deque<std::string> _writes;  // touched on the RPC thread only
 
     mutable std::mutex _mutex;  // guards the fields below
     uint64_t _nextCallId = 1;

@@ -3,6 +3,8 @@
 #include <pthread.h>
 
 #include <boost/asio/connect.hpp>
+#include <boost/asio/post.hpp>
+#include <future>
 
 #include "frame/log/zef/Logger.h"
 #include "zef/LibraryLogLevels.h"
@@ -19,9 +21,27 @@ RpcRuntime::RpcRuntime() : _work(_context.get_executor()) {
 }
 
 RpcRuntime::~RpcRuntime() {
+    {
+        std::lock_guard<std::mutex> guard(_mutex);
+        for (auto& weak : _connections) {
+            if (auto connection = weak.lock()) {
+                connection->Close();
+            }
+        }
+    }
+    // Let the closes run so that every socket drops its handlers, then end.
+    std::promise<void> drained;
+    boost::asio::post(_context, [&drained] { drained.set_value(); });
+    drained.get_future().wait();
     _work.reset();
     _context.stop();
     _thread.join();
+}
+
+void RpcRuntime::Track(const std::shared_ptr<Connection>& connection) {
+    std::lock_guard<std::mutex> guard(_mutex);
+    std::erase_if(_connections, [](const auto& weak) { return weak.expired(); });
+    _connections.push_back(connection);
 }
 
 ServerBuilder RpcRuntime::CreateServerBuilder() { return ServerBuilder(*this); }
@@ -52,6 +72,7 @@ std::shared_ptr<Connection> RpcRuntime::Dial(const std::string& endpoint,
     auto connection =
         std::make_shared<Connection>(std::move(socket), std::move(services), localEndpointId);
     connection->Start();
+    Track(connection);
     return connection;
 }
 

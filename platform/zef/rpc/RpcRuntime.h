@@ -4,7 +4,9 @@
 #include <boost/asio/io_context.hpp>
 #include <memory>
 #include <string>
+#include <mutex>
 #include <thread>
+#include <vector>
 
 #include "zef/rpc/Connection.h"
 
@@ -29,9 +31,13 @@ public:
                                      const std::string& localEndpointId);
 
     boost::asio::io_context& Context() { return _context; }
+    // Connections still open when the runtime goes are closed by it first.
+    void Track(const std::shared_ptr<Connection>& connection);
 
 private:
     boost::asio::io_context _context;
+    std::mutex _mutex;
+    std::vector<std::weak_ptr<Connection>> _connections;
     boost::asio::executor_work_guard<boost::asio::io_context::executor_type> _work;
     std::thread _thread;
 };

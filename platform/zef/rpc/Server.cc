@@ -6,6 +6,7 @@
 #include "frame/log/zef/Logger.h"
 #include "zef/LibraryLogLevels.h"
 #include "zef/rpc/Endpoint.h"
+#include "zef/rpc/RpcRuntime.h"
 
 namespace zef::rpc {
 
@@ -19,9 +20,9 @@ void LogListenFailure(const std::string& endpoint, const std::string& why) {
 
 }  // namespace
 
-Server::Server(boost::asio::io_context& context, std::shared_ptr<const ServiceTable> services,
+Server::Server(RpcRuntime& runtime, std::shared_ptr<const ServiceTable> services,
                std::string localEndpointId)
-    : _context(context), _services(std::move(services)), _localEndpointId(std::move(localEndpointId)) {}
+    : _runtime(runtime), _services(std::move(services)), _localEndpointId(std::move(localEndpointId)) {}
 
 Server::~Server() {
     // Pending accepts hold only a weak handle: they end here with an error.
@@ -43,7 +44,7 @@ bool Server::Listen(const std::string& endpoint) {
         LogListenFailure(endpoint, error.message());
         return false;
     }
-    auto acceptor = std::make_unique<boost::asio::ip::tcp::acceptor>(_context);
+    auto acceptor = std::make_unique<boost::asio::ip::tcp::acceptor>(_runtime.Context());
     boost::asio::ip::tcp::endpoint local(address, parsed->port);
     acceptor->open(local.protocol(), error);
     if (!error) {
@@ -65,7 +66,7 @@ bool Server::Listen(const std::string& endpoint) {
 
 void Server::StartAccepting() {
     for (size_t i = 0; i < _acceptors.size(); ++i) {
-        boost::asio::post(_context, [weak = weak_from_this(), i] {
+        boost::asio::post(_runtime.Context(), [weak = weak_from_this(), i] {
             if (auto self = weak.lock()) {
                 self->Accept(i);
             }
@@ -96,7 +97,7 @@ std::vector<std::shared_ptr<Connection>> Server::Connections() const {
 
 void Server::Stop() {
     std::promise<void> done;
-    boost::asio::post(_context, [this, &done] {
+    boost::asio::post(_runtime.Context(), [this, &done] {
         for (auto& acceptor : _acceptors) {
             boost::system::error_code ignored;
             acceptor->close(ignored);
@@ -129,6 +130,7 @@ void Server::Accept(size_t index) {
             self->_connections.push_back(connection);
         }
         connection->Start();
+        self->_runtime.Track(connection);
         self->Accept(index);
     });
 }

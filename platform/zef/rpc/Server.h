@@ -10,11 +10,13 @@
 
 namespace zef::rpc {
 
+class RpcRuntime;
+
 // Accepts connections on its endpoints and serves its table on each. Stops
 // listening and closes its connections when the last handle goes.
 class Server : public std::enable_shared_from_this<Server> {
 public:
-    Server(boost::asio::io_context& context, std::shared_ptr<const ServiceTable> services,
+    Server(RpcRuntime& runtime, std::shared_ptr<const ServiceTable> services,
            std::string localEndpointId);
     ~Server();
     Server(const Server&) = delete;
@@ -33,7 +35,7 @@ public:
 private:
     void Accept(size_t index);
 
-    boost::asio::io_context& _context;
+    RpcRuntime& _runtime;
     const std::shared_ptr<const ServiceTable> _services;
     const std::string _localEndpointId;
     std::vector<std::unique_ptr<boost::asio::ip::tcp::acceptor>> _acceptors;

@@ -22,7 +22,7 @@ ServerBuilder& ServerBuilder::RegisterService(std::shared_ptr<Service> service,
 }
 
 std::shared_ptr<Server> ServerBuilder::BuildStarted() {
-    auto server = std::make_shared<Server>(_runtime.Context(), _services, _localEndpointId);
+    auto server = std::make_shared<Server>(_runtime, _services, _localEndpointId);
     for (const std::string& endpoint : _endpoints) {
         if (!server->Listen(endpoint)) {
             return nullptr;

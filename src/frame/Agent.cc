@@ -13,6 +13,8 @@
 #include <new>
 #include <optional>
 
+#include "cache/StateCache.h"
+#include "cli/CliServer.h"
 #include "frame/AgentConfig.h"
 #include "frame/AppEntry.h"
 #include "frame/Endpoints.h"
@@ -23,6 +25,9 @@
 #include "frame/log/zef/Logger.h"
 #include "product.pb.h"
 #include "sha.pb.h"
+#include "store/LoftdbClient.h"
+#include "store/MsgDispatcher.h"
+#include "store/UpdateQueue.h"
 #include "zef/AsioZefProvider.h"
 #include "zef/DaemonHealthService.h"
 #include "zef/LibraryLogLevels.h"
@@ -30,6 +35,7 @@
 #include "zef/rpc/Server.h"
 #include "zef/rpc/ServerBuilder.h"
 #include "zef/sha/ShaPmClient.h"
+#include "zef/upm/UPMService.h"
 #include "zef/wft/WorkflowUtil.h"
 
 #ifndef ZEF_BUILD_STRING
@@ -174,10 +180,26 @@ int Agent::Run() {
 
     std::optional<WorkGroupScope> workGroup(std::in_place, provider->metrics());
 
+    auto stateCache = zef::MakeRef<StateCache>();
+    auto updateQueue = std::make_shared<UpdateQueue>(UpdateQueue::kNoLimit, true, true);
+    auto loftdbClient = zef::MakeRef<LoftdbClient>(updateQueue, Endpoints::Loftdb());
+    std::shared_ptr<zef::upm::UPMService> upmService = loftdbClient->UpmService();
+    auto dispatcher = zef::MakeRef<MsgDispatcher>(updateQueue);
+    dispatcher->Register(CONFIGCACHE, zef::RefPtr<Component>(stateCache->ConfigTable()));
+
     // Entries are validated here even before their applications exist in
     // this build: a malformed list ends the start either way.
     const boost::property_tree::ptree apps = AgentConfig::Tree().get_child("config.cfgAgent.apps");
     const std::vector<AppEntry> entries = AppEntry::ReadAll(apps);
+
+    CFG_LOG(LL_INFO, "Loftdb client starts");
+    loftdbClient->Start();
+    upmService->Start();
+    CFG_LOG(LL_INFO, "Starting running CLI Server");
+    auto cli = zef::MakeRef<CliServer>(stateCache);
+    cli->Start();
+    // Last of the road: no component sees an update before all stand.
+    dispatcher->Start();
 
     auto sha = std::make_unique<zef::sha::ShaPmClient>("zef-cfgagent");
     sha->Start();
@@ -190,6 +212,10 @@ int Agent::Run() {
     provider->Run(1);
 
     CFG_LOG(LL_INFO, "Clean up platform");
+    loftdbClient->Stop();
+    upmService->Stop();
+    cli->Stop();
+    dispatcher->Stop();
     workGroup.reset();
     sha->StopMetricCollection();
     sha->UnregisterMetricCollectionAll();

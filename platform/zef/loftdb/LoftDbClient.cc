@@ -100,7 +100,12 @@ void LoftDbClient::Impl::Connect() {
         if (stopping) {
             return;
         }
-        if (error) {
+        // Dialling a free loopback port can connect the socket to itself.
+        boost::system::error_code ignored;
+        if (!error && sock->local_endpoint(ignored) == sock->remote_endpoint(ignored)) {
+            sock->close(ignored);
+        }
+        if (error || !sock->is_open()) {
             retry.expires_after(retryDelay);
             retryDelay = std::min(retryDelay * 2, kLastRetry);
             retry.async_wait([this](const boost::system::error_code& cancelled) {

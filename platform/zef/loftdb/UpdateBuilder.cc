@@ -137,6 +137,24 @@ void SingularOp(const Message* before, const Message& after, const FieldDescript
     }
 }
 
+// A delete clears every field the object had, the key included, and each
+// list with one CLEAR element, so that readers of single fields see it go.
+void ClearAll(const Message& before, Message& op) {
+    std::vector<const FieldDescriptor*> present;
+    before.GetReflection()->ListFields(before, &present);
+    for (const FieldDescriptor* field : present) {
+        const FieldDescriptor* opField = op.GetDescriptor()->FindFieldByNumber(field->number());
+        if (opField == nullptr) {
+            continue;
+        }
+        if (field->is_repeated()) {
+            AddFieldOp(op, opField, halden::zef::loftdb::CLEAR);
+        } else {
+            SetFieldOp(op, opField, halden::zef::loftdb::CLEAR);
+        }
+    }
+}
+
 }  // namespace
 
 bool ObjectChanged(const Message* before, const Message* after) {
@@ -162,8 +180,9 @@ halden::zef::loftdb::MonitorUpdateMsg BuildMonitorUpdate(uint32_t objectType, co
     }
     std::unique_ptr<Message> body(any->New());
     body->CopyFrom(*any);
+    // A delete always carries what went; a change only when the monitor asks.
     std::unique_ptr<Message> oldBody;
-    if (mode == 1 && before != nullptr) {
+    if (before != nullptr && (mode == 1 || after == nullptr)) {
         oldBody.reset(before->New());
         oldBody->CopyFrom(*before);
     }
@@ -171,12 +190,9 @@ halden::zef::loftdb::MonitorUpdateMsg BuildMonitorUpdate(uint32_t objectType, co
     if (op) {
         const auto* opDescriptor = op->GetDescriptor();
         const FieldDescriptor* key = any->GetDescriptor()->FindFieldByNumber(1);
-        const FieldDescriptor* opKey = opDescriptor->FindFieldByNumber(1);
         if (after == nullptr) {
             OpReflection::SetSelf(*op, halden::zef::loftdb::CLEAR);
-            if (key != nullptr && opKey != nullptr && !key->is_repeated()) {
-                SetFieldOp(*op, opKey, halden::zef::loftdb::CLEAR);
-            }
+            ClearAll(*before, *op);
         } else {
             OpReflection::SetSelf(*op, halden::zef::loftdb::SET);
             const auto* descriptor = after->GetDescriptor();

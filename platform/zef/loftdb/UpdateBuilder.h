@@ -14,7 +14,8 @@ namespace zef::loftdb {
 // The store's own computation of what one monitor sees of one changed object.
 //
 // The op body says SET or CLEAR on the object (`self`), on the key (field 1)
-// when the object comes or goes, and on each field that changed. A list the
+// when the object comes or goes, and on each field that changed; a delete
+// clears every field the object had and always carries the former object. A list the
 // monitor did not select is resent whole: one SET element per new element,
 // or one CLEAR for an emptied list. A selected list gets entry operations:
 // the body's list then holds the element each operation concerns, in order

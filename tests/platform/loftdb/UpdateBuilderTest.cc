@@ -62,12 +62,18 @@ TEST(UpdateBuilderTest, ChangeMarksOnlyChangedAndRemovedFields) {
     }
 }
 
-TEST(UpdateBuilderTest, DeletionClearsSelfAndKeyAndCarriesTheFormerObject) {
+TEST(UpdateBuilderTest, DeletionClearsEveryFieldAndCarriesTheFormerObject) {
     LogSwitchConfigMsg before = zef::test::Switch(7, 5001, "web");
-    MonitorUpdateMsg update = BuildMonitorUpdate(kSwitch, &before, nullptr, "", 1);
+    before.add_extra_configs()->set_key("k");
+    MonitorUpdateMsg update = BuildMonitorUpdate(kSwitch, &before, nullptr, "", 0);
     auto op = Parsed<LogSwitchConfigOpMsg>(update.op_body());
     EXPECT_EQ(op.self(), CLEAR);
     EXPECT_EQ(op.id().self(), CLEAR);
+    EXPECT_EQ(op.vni(), CLEAR);
+    ASSERT_EQ(op.extra_configs_size(), 1);
+    EXPECT_EQ(op.extra_configs(0).self(), CLEAR);
+    EXPECT_FALSE(op.has_vlan());
+    ASSERT_TRUE(update.has_old_object_body()) << "even a monitor without old bodies sees what went";
     EXPECT_EQ(Parsed<LogSwitchConfigMsg>(update.old_object_body()).switch_name(), "web");
     EXPECT_FALSE(zef::loftdb::ObjectChanged(&before, &before));
     EXPECT_TRUE(zef::loftdb::ObjectChanged(&before, nullptr));

@@ -1,0 +1,481 @@
+#include "store/LoftdbClient.h"
+
+#include <google/protobuf/stubs/strutil.h>
+
+#include <algorithm>
+#include <chrono>
+#include <set>
+#include <unordered_map>
+
+#include "frame/AgentConfig.h"
+#include "frame/DelayLog.h"
+#include "frame/NodeType.h"
+#include "frame/WorkGroup.h"
+#include "frame/WorkItemImpl.h"
+#include "frame/log/Logger.h"
+#include "frame/vocabulary/ObjectType.h"
+#include "frame/vocabulary/PropertyType.h"
+#include "frame/vocabulary/UpdateOperation.h"
+#include "frame/vocabulary/UuidText.h"
+#include "loftdb_firewall.pb.h"
+#include "loftdb_runtime.pb.h"
+#include "loftdb_store.pb.h"
+#include "store/Decoder.h"
+#include "zef/loftdb/LoftDbClient.h"
+#include "zef/loftdb/ObjectTypes.h"
+#include "zef/loftdb/OpReflection.h"
+#include "zef/upm/UPMService.h"
+
+namespace CfgAgent {
+
+using halden::zef::loftdb::ModifyRequestMsg;
+using halden::zef::loftdb::MonitorStatementMsg;
+using halden::zef::loftdb::MonitorUpdateMsg;
+
+namespace {
+
+enum class Select { None, Lists, Self };
+
+struct StatementGroup {
+    std::vector<uint32_t> types;
+    uint32_t mode;
+    Select select;
+};
+
+// The monitors of the agent, in registration order.
+std::vector<StatementGroup> StatementGroups() {
+    std::vector<StatementGroup> groups = {
+        {{LOG_SWITCH_CONFIG, LOG_SWITCH_PORT_CONFIG, TRANSPORT_NODE_CONFIG}, 1, Select::None},
+        {{BRIDGE_CLUSTER_CONFIG, PORT_MIRROR_SESSION, IPFIX_CONFIGURATION}, 0, Select::None},
+        {{PROFILE, CONTAINER, ENTITY_GROUP_RELATION, CONTEXT_PROFILE, IDS_SIGNATURES,
+          L2_VTEP_GROUP_OBJECT},
+         1,
+         Select::None},
+        {{LOG_SWITCH_FIB}, 1, Select::Lists},
+        {{ROUTING_DOMAIN_FIB}, 1, Select::Lists},
+        {{LOG_ROUTER_CONFIG, LOG_ROUTER_PORT_CONFIG}, 0, Select::None},
+        {{FIB}, 1, Select::Lists},
+        {{ARP_TABLE_CONFIG}, 1, Select::Lists},
+        {{PREFIX_LIST, DA_VIF_OBJECT}, 0, Select::None},
+        {{GLOBAL_CONFIG, MULTICAST_CONFIG}, 1, Select::None},
+        {{NDRA_PROFILE_CONFIG, DAD_PROFILE_CONFIG, LOG_ROUTER_PORT_FIB_DAD_STATE,
+          LOG_ROUTER_PORT_DAD_REQUEST, NSG_MEMBERSHIP_STATUS, MULTICAST_STATIC_ROUTE},
+         0,
+         Select::None},
+    };
+    if (NodeType::Get() == NodeType::kSmartnicHost) {
+        groups.push_back({{HOST_SWITCH_SMARTNIC_BACKING}, 0, Select::None});
+    }
+    std::vector<StatementGroup> rest = {
+        {{RULE, RULE_SECTION, CONFIG_SPAN, IP_REPUTATION_CONFIG}, 1, Select::None},
+        {{CRADLE_CHANNEL_GLOBAL_CONFIG, CCP_SESSION}, 0, Select::None},
+        {{SI_SERVICE_CHAIN, SI_SERVICE_PATH, SI_REDIRECTION_POLICY}, 0, Select::Self},
+        {{LB_SERVICE, LB_VIRTUAL_SERVER, LB_POOL, LB_APPLICATION_PROFILE, LB_PERSISTENCE_PROFILE},
+         1,
+         Select::None},
+        {{FLT_CLUSTER_HOST_CONFIG, SECURITY_FEATURE_TOGGLE}, 1, Select::None},
+        {{BARRIER, BFD_GLOBAL_CONFIG}, 0, Select::None},
+    };
+    groups.insert(groups.end(), rest.begin(), rest.end());
+    return groups;
+}
+
+// The select of a monitor: the key and one element of each list, or the
+// whole object, asked for with SELECT.
+std::string SelectFor(uint32_t type, Select select) {
+    auto object = zef::loftdb::ObjectTypes::NewObject(type);
+    if (!object || select == Select::None) {
+        return {};
+    }
+    auto op = zef::loftdb::OpReflection::NewOpMessage(object->GetDescriptor());
+    if (select == Select::Lists) {
+        op->ParseFromString(zef::loftdb::OpReflection::SelectAllLists(object->GetDescriptor()));
+        const auto* key = op->GetDescriptor()->FindFieldByNumber(1);
+        if (key != nullptr && key->cpp_type() == google::protobuf::FieldDescriptor::CPPTYPE_MESSAGE) {
+            zef::loftdb::OpReflection::SetSelf(*op->GetReflection()->MutableMessage(op.get(), key),
+                                               zef::loftdb::OpReflection::kSelect);
+        }
+    } else {
+        zef::loftdb::OpReflection::SetSelf(*op, zef::loftdb::OpReflection::kSelect);
+    }
+    return op->SerializeAsString();
+}
+
+MonitorStatementMsg Statement(uint32_t type, uint32_t mode, Select select) {
+    MonitorStatementMsg statement;
+    statement.mutable_object()->set_object_type(type);
+    std::string selected = SelectFor(type, select);
+    if (!selected.empty()) {
+        statement.mutable_object()->set_select(selected);
+    }
+    statement.set_mode(mode);
+    return statement;
+}
+
+bool IsFibLike(uint32_t type) {
+    return type == LOG_SWITCH_FIB || type == ROUTING_DOMAIN_FIB || type == FIB ||
+           type == ARP_TABLE_CONFIG;
+}
+
+bool Annul(uint32_t earlier, uint32_t later) {
+    return (earlier == OP_DELETE && later == OP_UPDATE) || (earlier == OP_REMOVE && later == OP_ADD) ||
+           (earlier == OP_UPDATE && later == OP_DELETE) || (earlier == OP_ADD && later == OP_REMOVE);
+}
+
+std::string MergeKey(const LoftDBUpdateMsg& record) {
+    // Length-prefixed so that no two (id, value) pairs share a key.
+    return std::to_string(record.objectId.size()) + ":" + record.objectId + record.propertyValue;
+}
+
+}  // namespace
+
+LoftdbClient::LoftdbClient(std::shared_ptr<UpdateQueue> queue, const std::string& endpoint)
+    : updateQueue(std::move(queue)),
+      upmService(std::make_shared<zef::upm::UPMService>()),
+      vdbId(NodeType::Get() == NodeType::kSmartnic ? 0 : 1),
+      writeQueue(std::make_shared<MsgQueue<std::unique_ptr<WriteEntry>>>(
+          MsgQueue<std::unique_ptr<WriteEntry>>::kNoLimit, true, true)),
+      client(std::make_shared<zef::loftdb::LoftDbClient>(
+          NodeType::Get() == NodeType::kSmartnic ? "sn-cfg-agent" : "cfg-agent", endpoint)) {}
+
+LoftdbClient::~LoftdbClient() {
+    writing = false;
+    writeQueue->Stop();
+    client->Stop();
+}
+
+void LoftdbClient::Start() {
+    CFG_LOG(LL_INFO, "LoftdbClient: start");
+    client->RegisterChannelStatus([this](bool up) { OnChannelStatus(up); });
+    if (NodeType::Get() != NodeType::kSmartnic) {
+        RegisterMonitors();
+    }
+    client->StartAsync();
+    CFG_LOG(LL_INFO, "LoftdbClient: registered monitor objects");
+    writing = true;
+    if (WorkGroup* group = WorkGroup::Instance()) {
+        group->Enqueue(std::make_shared<WorkItemImpl<LoftdbClient>>(this, &LoftdbClient::WriteLoop));
+    }
+}
+
+void LoftdbClient::RegisterMonitors() {
+    CFG_LOG(LL_INFO, "LoftdbClient: RegisterMonitorCB vdb id %1", vdbId);
+    if (vdbId != 1) {
+        client->SetVdb(vdbId);
+    }
+    client->RegisterMonitor(
+        clientId, [this](const MonitorUpdateMsg& update) { MonitorUpdateCB(update); },
+        [this] { MonitorBarrierCB(); }, vdbId);
+    std::vector<MonitorStatementMsg> all;
+    for (const StatementGroup& group : StatementGroups()) {
+        for (uint32_t type : group.types) {
+            all.push_back(Statement(type, group.mode, group.select));
+        }
+    }
+    {
+        std::lock_guard<std::recursive_mutex> guard(statementsMutex);
+        statements = all;
+    }
+    if (!client->ConfigureMonitor(all, {}, clientId, vdbId)) {
+        CFG_LOG(LL_ERROR, "LoftdbClient: RegisterMonitorCB: Failed to configure monitor for vdb %1",
+                vdbId);
+    }
+}
+
+void LoftdbClient::RegisterCradleVifMonitor() {
+    MonitorStatementMsg statement = Statement(CRADLE_CHANNEL_VIF_CONFIG, 0, Select::None);
+    if (client->ConfigureMonitor({statement}, {}, clientId, 1)) {
+        std::lock_guard<std::recursive_mutex> guard(statementsMutex);
+        statements.push_back(statement);
+        CFG_LOG(LL_DEBUG, "LoftdbClient: register Cradle VIF monitor callback");
+    }
+}
+
+std::vector<MonitorStatementMsg> LoftdbClient::Statements() const {
+    std::lock_guard<std::recursive_mutex> guard(statementsMutex);
+    return statements;
+}
+
+void LoftdbClient::Stop() {
+    CFG_LOG(LL_INFO, "LoftdbClient: stop");
+    client->ConfigureMonitor({}, Statements(), clientId, vdbId);
+    CFG_LOG(LL_INFO, "LoftdbClient: unregistered monitor objects");
+    // The write loop drains what is queued, then leaves.
+    writing = false;
+    writeQueue->Stop();
+    client->Stop();
+}
+
+void LoftdbClient::Route(uint32_t objectType, LoftDBUpdateList records,
+                         std::initializer_list<ComponentType> to) {
+    if (records.empty()) {
+        return;
+    }
+    for (ComponentType component : to) {
+        LoftDBUpdateList& list = pending[component];
+        list.insert(list.end(), records.begin(), records.end());
+    }
+}
+
+void LoftdbClient::MonitorUpdateCB(const MonitorUpdateMsg& update) {
+    const uint32_t type = update.object_type();
+    if (type == OBJECT_TYPE_INVALID) {
+        CFG_LOG(LL_ERROR, "LoftdbClient: received INVALID type msg from LoftDB")
+            .Tag("errorCode:LCP00028");
+        return;
+    }
+    switch (type) {
+        case LOG_SWITCH_CONFIG:
+        case LOG_SWITCH_PORT_CONFIG:
+        case BRIDGE_CLUSTER_CONFIG:
+        case PORT_MIRROR_SESSION:
+        case IPFIX_CONFIGURATION:
+        case PROFILE:
+        case NSG_MEMBERSHIP_STATUS:
+            return Route(type, Decoder::Decode(update), {CONFIGCACHE});
+        case TRANSPORT_NODE_CONFIG:
+            return Route(type, Decoder::Decode(update), {CONFIGCACHE, CONFIGAPP});
+        case ENTITY_GROUP_RELATION:
+            Route(type, Decoder::DecodeEntityGroupRelation(update), {CONFIGCACHE});
+            return Route(type, Decoder::DecodeEntityGroupRelationObject(update), {DFW, LB});
+        case CONTAINER:
+            return Route(type, Decoder::Decode(update), {DFW, LB});
+        case CONTEXT_PROFILE:
+        case RULE:
+        case RULE_SECTION:
+            return Route(type, Decoder::Decode(update), {DFW, IDS});
+        case IDS_SIGNATURES:
+            return Route(type, Decoder::Decode(update), {IDS});
+        case L2_VTEP_GROUP_OBJECT:
+        case LOG_SWITCH_FIB:
+        case ROUTING_DOMAIN_FIB:
+            return Route(type, Decoder::Decode(update), {L2CACHE});
+        case LOG_ROUTER_CONFIG:
+        case LOG_ROUTER_PORT_CONFIG:
+        case FIB:
+        case ARP_TABLE_CONFIG:
+        case PREFIX_LIST:
+        case MULTICAST_CONFIG:
+        case NDRA_PROFILE_CONFIG:
+        case DAD_PROFILE_CONFIG:
+        case LOG_ROUTER_PORT_FIB_DAD_STATE:
+        case LOG_ROUTER_PORT_DAD_REQUEST:
+        case MULTICAST_STATIC_ROUTE:
+            return Route(type, Decoder::Decode(update), {L3CACHE});
+        case IP_REPUTATION_CONFIG:
+            return Route(type, Decoder::Decode(update), {DFW});
+        case CONFIG_SPAN:
+            return Route(type, Decoder::Decode(update), {DFW, CONFIGAPP});
+        case HOST_SWITCH_SMARTNIC_BACKING:
+            if (NodeType::Get() != NodeType::kSmartnicHost) {
+                return;
+            }
+            [[fallthrough]];
+        case DA_VIF_OBJECT:
+        case CRADLE_CHANNEL_VIF_CONFIG:
+            return Route(type, Decoder::Decode(update), {CONFIGAPP});
+        case CRADLE_CHANNEL_GLOBAL_CONFIG:
+            Route(type, Decoder::Decode(update), {CONFIGAPP});
+            return RegisterCradleVifMonitor();
+        case CCP_SESSION:
+            return Route(type, Decoder::Decode(update), {CONFIGAPP, L2APP});
+        case SI_REDIRECTION_POLICY:
+        case SI_SERVICE_CHAIN:
+        case SI_SERVICE_PATH:
+            return Route(type, Decoder::Decode(update), {SIAPP});
+        case BARRIER:
+            return Route(type, Decoder::Decode(update), {DFW, IDS, L3CACHE});
+        case GLOBAL_CONFIG:
+            return Route(type, Decoder::Decode(update), {L3CACHE, L2APP, DFW, IDS, CONFIGAPP, TF});
+        case LB_SERVICE:
+        case LB_VIRTUAL_SERVER:
+        case LB_POOL:
+        case LB_APPLICATION_PROFILE:
+        case LB_PERSISTENCE_PROFILE:
+            return Route(type, Decoder::Decode(update), {LB});
+        case FLT_CLUSTER_HOST_CONFIG:
+        case SECURITY_FEATURE_TOGGLE:
+            return Route(type, Decoder::Decode(update), {IDS, DFW});
+        case BFD_GLOBAL_CONFIG:
+            return Route(type, Decoder::Decode(update), {BFD});
+        default:
+            return;
+    }
+}
+
+void LoftdbClient::Merge(LoftDBUpdateList& list) {
+    std::unordered_map<std::string, LoftDBUpdateList::iterator> seen;
+    for (auto it = list.begin(); it != list.end();) {
+        if (!IsFibLike(it->objectType)) {
+            ++it;
+            continue;
+        }
+        const std::string key = MergeKey(*it);
+        auto earlier = seen.find(key);
+        if (earlier != seen.end() && Annul(earlier->second->operation, it->operation)) {
+            CFG_LOG(LL_DEBUG, "LoftdbClient: merge %1 msg (object id %2) property %3: %4",
+                    ObjTypeToString(it->objectType), UuidBytesToString(it->objectId),
+                    PropertyTypeToString(it->propertyType), google::protobuf::CEscape(it->propertyValue));
+            list.erase(earlier->second);
+            seen.erase(earlier);
+            it = list.erase(it);
+            continue;
+        }
+        if (earlier != seen.end() && earlier->second->operation == it->operation) {
+            CFG_LOG(LL_ERROR,
+                    "LoftdbClient: find the same loftdb update %1 msg (object id %2) property %3 "
+                    "operation %4: %5",
+                    ObjTypeToString(it->objectType), UuidBytesToString(it->objectId),
+                    PropertyTypeToString(it->propertyType), it->operation,
+                    google::protobuf::CEscape(it->propertyValue))
+                .Tag("errorCode:LCP00028");
+        }
+        seen[key] = it;
+        ++it;
+    }
+}
+
+void LoftdbClient::RevertUPMContainerMapping(LoftDBUpdateList& list) {
+    std::set<std::string> touched;
+    for (auto it = list.begin(); it != list.end();) {
+        if (it->objectType != ENTITY_GROUP_RELATION || it->propertyType != CONTINER_LOGICAL_SWITCH_PORT) {
+            ++it;
+            continue;
+        }
+        const std::string& group = it->propertyValue;
+        touched.insert(group);
+        std::list<std::string>& members = containerMembers[group];
+        if (it->operation == OP_UPDATE) {
+            members.push_back(it->objectId);
+        } else {
+            members.remove(it->objectId);
+        }
+        it = list.erase(it);
+    }
+    for (const std::string& group : touched) {
+        auto found = containerMembers.find(group);
+        if (found == containerMembers.end() || found->second.empty()) {
+            list.emplace_back(CONTAINER, group, OP_DELETE, std::string(), std::string());
+            containerMembers.erase(group);
+            CFG_LOG(LL_INFO, "LoftdbClient: RevertUPMContainerMapping CLEAR (%1)",
+                    UuidBytesToString(group));
+            continue;
+        }
+        halden::zef::loftdb::ContainerMsg container;
+        container.mutable_id()->ParseFromString(group);
+        for (const std::string& member : found->second) {
+            container.add_members()->ParseFromString(member);
+        }
+        list.emplace_back(CONTAINER, group, OP_UPDATE, std::string(), std::string());
+        list.emplace_back(CONTAINER, group, OP_UPDATE, CONTINER_LOGICAL_SWITCH_PORT,
+                          container.SerializeAsString());
+        CFG_LOG(LL_INFO, "LoftdbClient: RevertUPMContainerMapping SET (%1) %2",
+                UuidBytesToString(group), container.ShortDebugString());
+    }
+}
+
+void LoftdbClient::MonitorBarrierCB() {
+    lastBarrierTime = static_cast<uint64_t>(
+        std::chrono::duration_cast<std::chrono::seconds>(
+            std::chrono::steady_clock::now().time_since_epoch())
+            .count());
+    std::atomic_thread_fence(std::memory_order_seq_cst);
+    const bool isFullSync = channelUp.load() && !fullSyncDone;
+    if (isFullSync) {
+        fullSyncDone = true;
+        containerMembers.clear();
+        for (uint32_t component = CONFIGCACHE; component <= BFD; ++component) {
+            pending[static_cast<ComponentType>(component)];
+        }
+    }
+    for (ComponentType cache : {L2CACHE, L3CACHE}) {
+        auto it = pending.find(cache);
+        if (it != pending.end()) {
+            Merge(it->second);
+        }
+    }
+    auto config = pending.find(CONFIGCACHE);
+    if (config != pending.end()) {
+        RevertUPMContainerMapping(config->second);
+        // Deletes first, so that a table never holds an object and its replacement at once.
+        std::vector<LoftDBUpdateMsg> sorted(config->second.begin(), config->second.end());
+        std::stable_sort(sorted.begin(), sorted.end(), [](const auto& left, const auto& right) {
+            return left.operation == OP_DELETE && right.operation == OP_UPDATE;
+        });
+        config->second.assign(sorted.begin(), sorted.end());
+    }
+    auto transaction = std::make_unique<Transaction>();
+    transaction->updates = std::move(pending);
+    transaction->isFullSync = isFullSync;
+    transaction->transactionId = transactionId;
+    updateQueue->Put(std::move(transaction));
+    pending.clear();
+    if (isFullSync) {
+        CFG_LOG(LL_INFO, "LoftdbClient: Transaction end (fullsync) ID %1", transactionId);
+    } else {
+        CFG_LOG(LL_INFO, "LoftdbClient: Transaction end (delta update) ID %1", transactionId);
+    }
+    ++transactionId;
+}
+
+void LoftdbClient::OnChannelStatus(bool up) {
+    channelUp = up;
+    if (!up) {
+        fullSyncDone = false;
+    }
+    CFG_LOG(LL_WARN, "LoftdbClient: loftdb channel status turns to %1", up ? "UP" : "DOWN");
+}
+
+void LoftdbClient::Write(const std::vector<ModifyRequestMsg>& list) {
+    if (list.empty()) {
+        return;
+    }
+    std::lock_guard<std::recursive_mutex> guard(writeMutex);
+    auto entry = std::make_unique<WriteEntry>();
+    entry->list = list;
+    entry->id = writeMessageId;
+    if (!writeQueue->Put(std::move(entry))) {
+        CFG_LOG(LL_ERROR, "LoftdbClient: Fail to put message list into loftdb write queue");
+        return;
+    }
+    if (AgentConfig::Settings().instrumentLoftdbClient) {
+        CFG_LOG(LL_INFO, "LoftdbClient: LoftDB write message ID %1", writeMessageId);
+    }
+    ++writeMessageId;
+}
+
+void LoftdbClient::WriteLoop() {
+    CFG_LOG(LL_INFO, "LoftdbClient: start thread to write message list to loftdb");
+    while (writing || writeQueue->Size() != 0) {
+        std::optional<std::unique_ptr<WriteEntry>> next = writeQueue->Get();
+        if (!next || !*next || (*next)->list.empty()) {
+            continue;
+        }
+        DelayLog delay(AgentConfig::Settings().instrumentLoftdbClient,
+                       "LoftDB modifies message ID " + std::to_string((*next)->id));
+        client->Modify((*next)->list, nullptr);
+    }
+}
+
+void LoftdbClient::WriteProcessedBarrier(uint32_t verticalId, uint64_t barrierNum) {
+    if (NodeType::Get() != NodeType::kOther) {
+        return;
+    }
+    CFG_LOG(LL_INFO,
+            "LoftdbClient: Get processed barrier update when main vdb is %1, caching for verticalId "
+            "%2, barrierNum %3.",
+            vdbId, verticalId, barrierNum);
+    halden::zef::loftdb::ProcessedBarrierMsg barrier;
+    barrier.set_id(verticalId);
+    barrier.set_barrier_num(barrierNum);
+    ModifyRequestMsg request;
+    auto* put = request.add_modify()->mutable_put();
+    put->mutable_object()->set_object_type(PROCESSED_BARRIER);
+    put->mutable_object()->set_body(barrier.SerializeAsString());
+    if (vdbId != 0) {
+        put->add_vdb_id(vdbId);
+    }
+    Write({request});
+}
+
+}  // namespace CfgAgent

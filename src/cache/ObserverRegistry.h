@@ -44,6 +44,8 @@ public:
         }
     }
 
+    bool Observed(uint32_t objectType) const { return _byType.count(objectType) != 0; }
+
     const std::vector<Observer*>& Ordered() const { return _ordered; }
 
 private:

@@ -26,11 +26,29 @@ LoftDBUpdateMsg DeleteRecord(const ConfigEntry& entry, const std::string& traceI
 
 bool Instrumented() { return AgentConfig::Settings().instrumentConfigCache; }
 
+// What a new value of a stored property means to observers: the desired
+// side tells the property diff, the runtime side one plain update.
+LoftDBUpdateList ValueChanges(const LoftDBUpdateMsg& record, const std::string& oldValue,
+                              bool diffProperties) {
+    if (diffProperties) {
+        return PropertyDiff::Changes(record, oldValue);
+    }
+    return {LoftDBUpdateMsg(record.objectType, record.objectId, OP_UPDATE, record.propertyType,
+                            record.propertyValue)};
+}
+
 }  // namespace
 
 bool StateCacheConfigTable::Apply(Side& side, const LoftDBUpdateList& list, bool isFullSync,
                                   bool diffProperties, LoftDBUpdateList& changes) {
     for (const LoftDBUpdateMsg& record : list) {
+        // Changes of a type nobody observes would never be told: none are made.
+        const bool heard = side.observers.Observed(record.objectType);
+        auto tell = [&](LoftDBUpdateMsg change) {
+            if (heard) {
+                changes.push_back(std::move(change));
+            }
+        };
         if (record.objectType == 0) {
             CFG_LOG(LL_ERROR, "ConfigCache: received invalid object from controller");
             continue;
@@ -41,18 +59,18 @@ bool StateCacheConfigTable::Apply(Side& side, const LoftDBUpdateList& list, bool
                     UuidBytesToString(record.objectId), record.objectType);
             for (const ConfigEntry& erased : side.rows.EraseObject(record.objectId, record.objectType)) {
                 if (erased.propertyType != 0) {
-                    changes.push_back(DeleteRecord(erased, record.traceInfo));
+                    tell(DeleteRecord(erased, record.traceInfo));
                 }
             }
             LoftDBUpdateMsg gone = record;
             gone.propertyValue.clear();
-            changes.push_back(std::move(gone));
+            tell(std::move(gone));
         } else if (record.operation == OP_UPDATE && object) {
             if (!side.rows.HasObject(record.objectId, record.objectType)) {
                 CFG_LOG(LL_INFO, "ConfigCache: Add object %1 type %2",
                         UuidBytesToString(record.objectId), record.objectType);
                 side.rows.Insert({record.objectId, record.objectType, 0, {}, side.version});
-                changes.push_back(record);
+                tell(record);
             } else if (isFullSync) {
                 side.rows.Confirm(record.objectId, record.objectType, 0, side.version);
             } else {
@@ -63,7 +81,7 @@ bool StateCacheConfigTable::Apply(Side& side, const LoftDBUpdateList& list, bool
                  side.rows.EraseProperty(record.objectId, record.propertyType)) {
                 CFG_LOG(LL_DEBUG, "ConfigCache: Remove object %1 property %2",
                         UuidBytesToString(erased.objectId), erased.propertyType);
-                changes.push_back(DeleteRecord(erased, record.traceInfo));
+                tell(DeleteRecord(erased, record.traceInfo));
             }
         } else if (record.operation == OP_UPDATE) {
             std::optional<ConfigEntry> current =
@@ -73,19 +91,14 @@ bool StateCacheConfigTable::Apply(Side& side, const LoftDBUpdateList& list, bool
                         UuidBytesToString(record.objectId), record.propertyType);
                 side.rows.Insert({record.objectId, record.objectType, record.propertyType,
                                   record.propertyValue, side.version});
-                changes.push_back(record);
+                tell(record);
                 continue;
             }
             if (current->value != record.propertyValue) {
-                LoftDBUpdateList diff;
-                if (diffProperties) {
-                    diff = PropertyDiff::Changes(record, current->value);
-                } else {
-                    LoftDBUpdateMsg update(record.objectType, record.objectId, OP_UPDATE,
-                                           record.propertyType, record.propertyValue);
-                    diff.push_back(std::move(update));
+                if (heard) {
+                    changes.splice(changes.end(),
+                                   ValueChanges(record, current->value, diffProperties));
                 }
-                changes.splice(changes.end(), diff);
                 CFG_LOG(LL_DEBUG, "ConfigCache: Update object %1 property %2",
                         UuidBytesToString(record.objectId), record.propertyType);
                 side.rows.SetValue(record.objectId, record.propertyType, record.propertyValue);

@@ -211,10 +211,13 @@ void LoftdbClient::Route(uint32_t objectType, LoftDBUpdateList records,
     if (records.empty()) {
         return;
     }
-    for (ComponentType component : to) {
-        LoftDBUpdateList& list = pending[component];
+    // Each component gets its own copy; the last takes the records themselves.
+    const ComponentType* last = to.end() - 1;
+    for (const ComponentType* component = to.begin(); component != last; ++component) {
+        LoftDBUpdateList& list = pending[*component];
         list.insert(list.end(), records.begin(), records.end());
     }
+    pending[*last].splice(pending[*last].end(), records);
 }
 
 void LoftdbClient::MonitorUpdateCB(const MonitorUpdateMsg& update) {

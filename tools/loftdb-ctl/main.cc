@@ -95,9 +95,10 @@ void Connect(zef::loftdb::LoftDbClient& client, const Options& options) {
 }
 
 void Commit(const Options& options, const ModifyRequestMsg& request) {
+    // Before the client: its stop may still answer a request that timed out.
+    std::promise<std::pair<bool, std::string>> answer;
     zef::loftdb::LoftDbClient client("loftdb-ctl", options.endpoint);
     Connect(client, options);
-    std::promise<std::pair<bool, std::string>> answer;
     client.Modify({request}, [&answer](bool ok, const std::string& error) {
         answer.set_value({ok, error});
     });
@@ -111,13 +112,22 @@ void Commit(const Options& options, const ModifyRequestMsg& request) {
     }
 }
 
+// vdb 0 is the store's default and is never listed.
 template <typename Op>
-void SetTyped(Op* op, uint32_t type, const google::protobuf::Message& object, uint32_t vdb) {
+void AddVdbs(Op* op, const std::vector<uint32_t>& vdbs) {
+    for (uint32_t vdb : vdbs) {
+        if (vdb != 0) {
+            op->add_vdb_id(vdb);
+        }
+    }
+}
+
+template <typename Op>
+void SetTyped(Op* op, uint32_t type, const google::protobuf::Message& object,
+              const std::vector<uint32_t>& vdbs) {
     op->mutable_object()->set_object_type(type);
     op->mutable_object()->set_body(object.SerializeAsString());
-    if (vdb != 0) {
-        op->add_vdb_id(vdb);
-    }
+    AddVdbs(op, vdbs);
 }
 
 int Put(const Options& options) {
@@ -127,7 +137,7 @@ int Put(const Options& options) {
     const auto& info = TypeOf(options.args[1]);
     ModifyRequestMsg request;
     SetTyped(request.add_modify()->mutable_put(), info.code,
-             *ObjectOf(info.code, JsonArgument(options.args[2])), options.vdb);
+             *ObjectOf(info.code, JsonArgument(options.args[2])), {options.vdb});
     Commit(options, request);
     return kOk;
 }
@@ -144,7 +154,7 @@ int Patch(const Options& options) {
     }
     ModifyRequestMsg request;
     auto* patch = request.add_modify()->mutable_patch();
-    SetTyped(patch, info.code, *ObjectOf(info.code, JsonArgument(options.args[2])), options.vdb);
+    SetTyped(patch, info.code, *ObjectOf(info.code, JsonArgument(options.args[2])), {options.vdb});
     patch->set_op_body(op->SerializeAsString());
     Commit(options, request);
     return kOk;
@@ -157,7 +167,7 @@ int Delete(const Options& options) {
     const auto& info = TypeOf(options.args[1]);
     ModifyRequestMsg request;
     SetTyped(request.add_modify()->mutable_delete_(), info.code,
-             *ObjectOf(info.code, JsonArgument(options.args[2])), options.vdb);
+             *ObjectOf(info.code, JsonArgument(options.args[2])), {options.vdb});
     Commit(options, request);
     return kOk;
 }
@@ -169,9 +179,7 @@ int Flush(const Options& options) {
     ModifyRequestMsg request;
     auto* flush = request.add_modify()->mutable_flush();
     flush->set_object_type(TypeOf(options.args[1]).code);
-    if (options.vdb != 0) {
-        flush->add_vdb_id(options.vdb);
-    }
+    AddVdbs(flush, {options.vdb});
     Commit(options, request);
     return kOk;
 }
@@ -190,9 +198,9 @@ int Get(const Options& options) {
         }
         read.add_id(*key);
     }
+    std::promise<std::vector<std::string>> answer;
     zef::loftdb::LoftDbClient client("loftdb-ctl", options.endpoint);
     Connect(client, options);
-    std::promise<std::vector<std::string>> answer;
     client.Read(
         read,
         [&](bool ok, const std::vector<halden::zef::loftdb::TypedObjectMsg>& objects) {
@@ -221,9 +229,9 @@ int Get(const Options& options) {
 }
 
 // One entry of an apply file, turned into a modify.
-void ApplyEntry(const cJSON* entry, uint32_t vdb, ModifyRequestMsg& request) {
+void ApplyEntry(const cJSON* entry, const std::vector<uint32_t>& vdbs, ModifyRequestMsg& request) {
     const cJSON* body = entry->child;
-    if (body == nullptr || !cJSON_IsObject(body)) {
+    if (body == nullptr || !cJSON_IsObject(body) || body->string == nullptr) {
         throw CtlError(kFailed, "each modify entry holds one of put, patch, delete, flush");
     }
     const std::string op = body->string;
@@ -249,22 +257,20 @@ void ApplyEntry(const cJSON* entry, uint32_t vdb, ModifyRequestMsg& request) {
     };
     ModifyMsg* modify = request.add_modify();
     if (op == "put") {
-        SetTyped(modify->mutable_put(), info.code, *ObjectOf(info.code, json("object")), vdb);
+        SetTyped(modify->mutable_put(), info.code, *ObjectOf(info.code, json("object")), vdbs);
     } else if (op == "delete") {
-        SetTyped(modify->mutable_delete_(), info.code, *ObjectOf(info.code, json("object")), vdb);
+        SetTyped(modify->mutable_delete_(), info.code, *ObjectOf(info.code, json("object")), vdbs);
     } else if (op == "patch") {
         std::string error;
         auto opBody = JsonObjects::OpBody(info.code, json("op"), error);
         if (!opBody) {
             throw CtlError(kFailed, error);
         }
-        SetTyped(modify->mutable_patch(), info.code, *ObjectOf(info.code, json("object")), vdb);
+        SetTyped(modify->mutable_patch(), info.code, *ObjectOf(info.code, json("object")), vdbs);
         modify->mutable_patch()->set_op_body(opBody->SerializeAsString());
     } else if (op == "flush") {
         modify->mutable_flush()->set_object_type(info.code);
-        if (vdb != 0) {
-            modify->mutable_flush()->add_vdb_id(vdb);
-        }
+        AddVdbs(modify->mutable_flush(), vdbs);
     } else {
         throw CtlError(kFailed, "unknown modify " + op);
     }
@@ -285,15 +291,21 @@ int Apply(const Options& options) {
     if (!cJSON_IsArray(modifies)) {
         throw CtlError(kFailed, options.args[1] + ": not a JSON object with a \"modify\" list");
     }
-    uint32_t vdb = options.vdb;
-    const cJSON* vdbs = cJSON_GetObjectItemCaseSensitive(root.get(), "vdb");
-    if (cJSON_IsArray(vdbs) && cJSON_GetArraySize(vdbs) == 1 &&
-        cJSON_IsNumber(cJSON_GetArrayItem(vdbs, 0))) {
-        vdb = static_cast<uint32_t>(cJSON_GetArrayItem(vdbs, 0)->valueint);
+    std::vector<uint32_t> vdbs{options.vdb};
+    const cJSON* listed = cJSON_GetObjectItemCaseSensitive(root.get(), "vdb");
+    if (cJSON_IsArray(listed)) {
+        vdbs.clear();
+        const cJSON* vdb = nullptr;
+        cJSON_ArrayForEach(vdb, listed) {
+            if (!cJSON_IsNumber(vdb) || vdb->valueint < 0) {
+                throw CtlError(kFailed, options.args[1] + ": \"vdb\" holds numbers only");
+            }
+            vdbs.push_back(static_cast<uint32_t>(vdb->valueint));
+        }
     }
     ModifyRequestMsg request;
     const cJSON* entry = nullptr;
-    cJSON_ArrayForEach(entry, modifies) { ApplyEntry(entry, vdb, request); }
+    cJSON_ArrayForEach(entry, modifies) { ApplyEntry(entry, vdbs, request); }
     Commit(options, request);
     return kOk;
 }

@@ -37,7 +37,7 @@ std::unique_ptr<google::protobuf::Message> Parse(uint32_t type,
 }  // namespace
 
 StoreService::StoreService(boost::asio::io_context& context, ObjectStore& store, Journal* journal)
-    : _context(context), _acceptor(context), _store(store), _journal(journal) {}
+    : _context(context), _acceptor(context), _acceptRetry(context), _store(store), _journal(journal) {}
 
 uint16_t StoreService::Listen(const std::string& endpoint, std::string& error) {
     auto parsed = zef::rpc::Endpoint::Parse(endpoint);
@@ -71,6 +71,7 @@ uint16_t StoreService::Listen(const std::string& endpoint, std::string& error) {
 void StoreService::Stop() {
     boost::system::error_code ignored;
     _acceptor.close(ignored);
+    _acceptRetry.cancel();
     for (auto& [raw, session] : _sessions) {
         session->Close("store stopping");
     }
@@ -80,7 +81,18 @@ void StoreService::Stop() {
 void StoreService::Accept() {
     _acceptor.async_accept([this](const boost::system::error_code& error,
                                   boost::asio::ip::tcp::socket socket) {
+        if (error == boost::asio::error::operation_aborted || !_acceptor.is_open()) {
+            return;
+        }
         if (error) {
+            // Out of descriptors, say: wait a moment for some to be freed.
+            STORE_LOG(zef::LIB_LOG_ERROR).put("accept failed: %s", error.message().c_str());
+            _acceptRetry.expires_after(std::chrono::milliseconds(100));
+            _acceptRetry.async_wait([this](const boost::system::error_code& cancelled) {
+                if (!cancelled) {
+                    Accept();
+                }
+            });
             return;
         }
         boost::system::error_code ignored;

@@ -2,6 +2,7 @@
 
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/ip/tcp.hpp>
+#include <boost/asio/steady_timer.hpp>
 #include <cstdint>
 #include <map>
 #include <memory>
@@ -45,6 +46,7 @@ private:
 
     boost::asio::io_context& _context;
     boost::asio::ip::tcp::acceptor _acceptor;
+    boost::asio::steady_timer _acceptRetry;
     ObjectStore& _store;
     Journal* _journal;
     std::map<StoreSession*, std::shared_ptr<StoreSession>> _sessions;

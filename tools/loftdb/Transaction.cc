@@ -126,6 +126,10 @@ bool ApplyPatch(const halden::zef::loftdb::PatchMsg& patch, Overlay& overlay, st
         if (!zef::loftdb::PatchApplier::Apply(*stored, *values, *op, error)) {
             return false;
         }
+        if (ObjectTypes::Key(*stored) != key) {
+            error = "a patch may not change or clear the id";
+            return false;
+        }
         overlay.Set(ref, stored->SerializeAsString());
     }
     return true;

@@ -80,9 +80,10 @@ int main(int argc, char** argv) {
             dataDir,
             [&](const std::string& payload) {
                 halden::zef::loftdb::ModifyBatchMsg batch;
-                std::string ignored;
-                if (batch.ParseFromString(payload)) {
-                    service.Apply(batch, true, ignored);
+                std::string refused;
+                if (!batch.ParseFromString(payload) || !service.Apply(batch, true, refused)) {
+                    STORE_LOG(zef::LIB_LOG_ERROR)
+                        .put("loftdb: a journal record does not apply: %s", refused.c_str());
                 }
             },
             error);

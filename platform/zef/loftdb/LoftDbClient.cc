@@ -75,6 +75,10 @@ struct LoftDbClient::Impl {
     mutable std::mutex mutex;
     mutable std::condition_variable channelChanged;
     std::map<MonitorKey, MonitorEntry> monitors;
+    // Configuration changes made, and how many of them the store has seen:
+    // a change that a connection's full resend already carried is not sent again.
+    uint64_t configured = 0;
+    uint64_t sentThrough = 0;
     ChannelCallback onChannel;
     uint32_t defaultVdb = 1;
 };
@@ -145,6 +149,7 @@ void LoftDbClient::Impl::OnConnected(boost::asio::ip::tcp::socket raw) {
             configure.set_request_id(nextRequest++);
             socket->Send(configure.SerializeAsString());
         }
+        sentThrough = configured;
     }
     SetChannel(true);
 }
@@ -264,6 +269,7 @@ bool LoftDbClient::ConfigureMonitor(const std::vector<MonitorStatementMsg>& add,
                                     const std::vector<MonitorStatementMsg>& remove,
                                     int32_t clientId, uint32_t vdbId) {
     StoreFrameMsg frame;
+    uint64_t change = 0;
     {
         std::lock_guard<std::mutex> guard(_impl->mutex);
         auto it = _impl->monitors.find({clientId, vdbId});
@@ -278,6 +284,7 @@ bool LoftDbClient::ConfigureMonitor(const std::vector<MonitorStatementMsg>& add,
             std::erase_if(statements, [&](const auto& s) { return SameStatement(s, statement); });
             statements.push_back(statement);
         }
+        change = ++_impl->configured;
     }
     auto* body = frame.mutable_configure_monitor();
     body->set_client_id(clientId);
@@ -289,10 +296,15 @@ bool LoftDbClient::ConfigureMonitor(const std::vector<MonitorStatementMsg>& add,
         *body->add_remove() = statement;
     }
     // Sent now if the channel is up; a later connection sends the whole set.
-    boost::asio::post(_impl->context, [impl = _impl.get(), frame]() mutable {
-        if (impl->socket) {
-            impl->Request(std::move(frame), nullptr);
+    boost::asio::post(_impl->context, [impl = _impl.get(), frame, change]() mutable {
+        {
+            std::lock_guard<std::mutex> guard(impl->mutex);
+            if (!impl->socket || change <= impl->sentThrough) {
+                return;
+            }
+            impl->sentThrough = change;
         }
+        impl->Request(std::move(frame), nullptr);
     });
     return true;
 }

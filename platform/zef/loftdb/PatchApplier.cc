@@ -67,11 +67,15 @@ bool ApplyElement(Message& stored, const Message& values, const FieldDescriptor*
         return false;
     }
     const std::string key = OpReflection::ElementKey(values, field, index);
-    if (type == REMOVE || type == UPDATE) {
-        DropByKey(stored, field, key);
+    const int place = type == INSERT || type == APPEND ? -1 : DropByKey(stored, field, key);
+    if (type == REMOVE) {
+        return true;
     }
-    if (type != REMOVE) {
-        FieldCopy::Element(values, index, stored, field);
+    FieldCopy::Element(values, index, stored, field);
+    // An updated element keeps its place in the list.
+    const auto* reflection = stored.GetReflection();
+    for (int at = reflection->FieldSize(stored, field) - 1; place >= 0 && at > place; --at) {
+        reflection->SwapElements(&stored, field, at, at - 1);
     }
     return true;
 }

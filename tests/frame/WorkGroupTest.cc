@@ -132,8 +132,8 @@ TEST_F(WorkGroupTest, ShutdownRunsQueuedItemsBeforeTheThreadsEnd) {
 }
 
 TEST_F(WorkGroupTest, ShutdownFromItsOwnThreadIsRefused) {
+    Signal refused;  // outlives the group, whose thread raises it
     WorkGroup group(1, -1, registry);
-    Signal refused;
     ASSERT_TRUE(group.Enqueue(Item([&] {
         try {
             group.Shutdown();
@@ -145,8 +145,8 @@ TEST_F(WorkGroupTest, ShutdownFromItsOwnThreadIsRefused) {
 }
 
 TEST_F(WorkGroupTest, ThrowingItemLeavesTheThreadServing) {
+    Signal ran;  // outlives the group, whose thread raises it
     WorkGroup group(1, -1, registry);
-    Signal ran;
     ASSERT_TRUE(group.Enqueue(Item([] { throw std::runtime_error("item failed"); })));
     ASSERT_TRUE(group.Enqueue(Item([&ran] { ran.Raise(); })));
     EXPECT_TRUE(ran.WaitFor(1));

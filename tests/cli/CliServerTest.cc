@@ -1,6 +1,7 @@
 #include "cli/CliServer.h"
 
 #include <gtest/gtest.h>
+#include <signal.h>
 #include <stdlib.h>
 
 #include <filesystem>
@@ -19,6 +20,8 @@ using namespace CfgAgent;
 class CliServerTest : public ::testing::Test {
 protected:
     void SetUp() override {
+        // As in the agent: a client that hangs up must not end the process.
+        signal(SIGPIPE, SIG_IGN);
         savedConsole = LogLevel::console.exchange(0);
         savedLevel = LogLevel::agent.exchange(LL_WARN);  // a line per added row would dominate
         char pattern[] = "/tmp/cli-test-XXXXXX";

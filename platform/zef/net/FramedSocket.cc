@@ -51,6 +51,10 @@ void FramedSocket::Read() {
     _socket.async_read_some(
         boost::asio::buffer(_chunk),
         [self = shared_from_this()](const boost::system::error_code& error, size_t size) {
+            // A read that completed before a Close ran is dropped with the stream.
+            if (self->_closed) {
+                return;
+            }
             if (error) {
                 self->Shut(error.message());
                 return;

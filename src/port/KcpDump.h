@@ -1,0 +1,20 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <string>
+
+namespace CfgAgent {
+
+// A whole KCP message rendered for the log, one field per line.
+class KcpDump {
+public:
+    // The text never passes this size; what does not fit is left out quietly.
+    static constexpr size_t kMaxText = 1024;
+
+    static std::string Render(std::span<const uint8_t> message);
+    static void Log(int level, std::span<const uint8_t> message);
+};
+
+}  // namespace CfgAgent

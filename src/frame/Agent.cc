@@ -8,10 +8,12 @@
 #include <boost/property_tree/ptree.hpp>
 #include <cstdio>
 #include <cstring>
+#include <functional>
 #include <iostream>
 #include <memory>
 #include <new>
 #include <optional>
+#include <utility>
 
 #include "cache/StateCache.h"
 #include "cli/CliServer.h"
@@ -45,6 +47,24 @@
 namespace CfgAgent {
 
 namespace {
+
+// Runs a stop sequence on the way out of a scope unless it already ran: an
+// exception after the loops started must not leave them for the join.
+class StopOnExit {
+public:
+    explicit StopOnExit(std::function<void()> stop) : _stop(std::move(stop)) {}
+    ~StopOnExit() { Now(); }
+    StopOnExit(const StopOnExit&) = delete;
+    StopOnExit& operator=(const StopOnExit&) = delete;
+    void Now() {
+        if (_stop) {
+            std::exchange(_stop, nullptr)();
+        }
+    }
+
+private:
+    std::function<void()> _stop;
+};
 
 // Stops the process work group on every way out of the run, exceptions included.
 struct WorkGroupScope {
@@ -192,11 +212,18 @@ int Agent::Run() {
     const boost::property_tree::ptree apps = AgentConfig::Tree().get_child("config.cfgAgent.apps");
     const std::vector<AppEntry> entries = AppEntry::ReadAll(apps);
 
+    auto cli = zef::MakeRef<CliServer>(stateCache);
+    StopOnExit road([&] {
+        loftdbClient->Stop();
+        upmService->Stop();
+        cli->Stop();
+        dispatcher->Stop();
+    });
+
     CFG_LOG(LL_INFO, "Loftdb client starts");
     loftdbClient->Start();
     upmService->Start();
     CFG_LOG(LL_INFO, "Starting running CLI Server");
-    auto cli = zef::MakeRef<CliServer>(stateCache);
     cli->Start();
     // Last of the road: no component sees an update before all stand.
     dispatcher->Start();
@@ -212,10 +239,7 @@ int Agent::Run() {
     provider->Run(1);
 
     CFG_LOG(LL_INFO, "Clean up platform");
-    loftdbClient->Stop();
-    upmService->Stop();
-    cli->Stop();
-    dispatcher->Stop();
+    road.Now();
     workGroup.reset();
     sha->StopMetricCollection();
     sha->UnregisterMetricCollectionAll();

@@ -400,12 +400,11 @@ void LoftdbClient::MonitorBarrierCB() {
     auto config = pending.find(CONFIGCACHE);
     if (config != pending.end()) {
         RevertUPMContainerMapping(config->second);
-        // Deletes first, so that a table never holds an object and its replacement at once.
-        std::vector<LoftDBUpdateMsg> sorted(config->second.begin(), config->second.end());
-        std::stable_sort(sorted.begin(), sorted.end(), [](const auto& left, const auto& right) {
+        // Deletes first, so that a table never holds an object and its
+        // replacement at once; the list's sort is stable.
+        config->second.sort([](const LoftDBUpdateMsg& left, const LoftDBUpdateMsg& right) {
             return left.operation == OP_DELETE && right.operation == OP_UPDATE;
         });
-        config->second.assign(sorted.begin(), sorted.end());
     }
     auto transaction = std::make_unique<Transaction>();
     transaction->updates = std::move(pending);

@@ -1,0 +1,280 @@
+#include <gtest/gtest.h>
+#include <stdlib.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <condition_variable>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "JsonPtr.h"
+#include "Simulator.h"
+#include "frame/HostPaths.h"
+#include "frame/WorkGroup.h"
+#include "frame/log/LogLevel.h"
+#include "port/DataplaneTaklink.h"
+#include "port/KcpNotificationCodec.h"
+#include "port/KcpQueryCodec.h"
+#include "port/KcpSessionCodec.h"
+#include "port/KcpTypes.h"
+#include "zef/RefPtr.h"
+#include "zef/metrics/MetricsRegistry.h"
+
+namespace {
+
+using namespace std::chrono_literals;
+using CfgAgent::DataplaneLink;
+using CfgAgent::DataplaneTaklink;
+using Message = std::vector<uint8_t>;
+using Dpsim::JsonPtr;
+
+constexpr auto kBound = 20s;
+// Above the range of a signed 32-bit number, so a lossy record shows.
+constexpr uint32_t kSession = 0x9E3779B1;
+
+class Received {
+public:
+    void OnData(const unsigned char* data, int length) {
+        std::lock_guard<std::mutex> lock(_mutex);
+        _messages.emplace_back(data, data + length);
+        _changed.notify_all();
+    }
+    void OnStatus(DataplaneLink::LinkStatus status) {
+        std::lock_guard<std::mutex> lock(_mutex);
+        _up = status == DataplaneLink::LINK_UP;
+        _changed.notify_all();
+    }
+    bool WaitUp() {
+        std::unique_lock<std::mutex> lock(_mutex);
+        return _changed.wait_for(lock, kBound, [&] { return _up; });
+    }
+    bool WaitForMessages(size_t count) {
+        std::unique_lock<std::mutex> lock(_mutex);
+        return _changed.wait_for(lock, kBound, [&] { return _messages.size() >= count; });
+    }
+    std::vector<Message> Messages() {
+        std::lock_guard<std::mutex> lock(_mutex);
+        return _messages;
+    }
+
+private:
+    std::mutex _mutex;
+    std::condition_variable _changed;
+    bool _up = false;
+    std::vector<Message> _messages;
+};
+
+bool SendCopy(DataplaneLink& link, const Message& message) {
+    auto* block = static_cast<unsigned char*>(std::malloc(message.size()));
+    std::memcpy(block, message.data(), message.size());
+    return link.send(block, static_cast<int>(message.size()));
+}
+
+std::string Text(const cJSON* object, const char* key) {
+    const cJSON* item = cJSON_GetObjectItemCaseSensitive(object, key);
+    return cJSON_IsString(item) ? item->valuestring : "<absent>";
+}
+
+double Number(const cJSON* object, const char* key) {
+    const cJSON* item = cJSON_GetObjectItemCaseSensitive(object, key);
+    return cJSON_IsNumber(item) ? item->valuedouble : -1;
+}
+
+const cJSON* Fields(const JsonPtr& line) {
+    return cJSON_GetObjectItemCaseSensitive(line.get(), "fields");
+}
+
+class DpsimTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        _savedConsole = CfgAgent::LogLevel::console.exchange(0);
+        char root[] = "/tmp/dpsimXXXXXX";
+        ASSERT_NE(mkdtemp(root), nullptr);
+        _root = root;
+        _recordPath = _root + "/record.jsonl";
+        setenv(CfgAgent::HostPaths::kRootVariable, _root.c_str(), 1);
+        CfgAgent::WorkGroup::SetThreadCounts({1, 8});
+        CfgAgent::WorkGroup::Start(_registry);
+        _simulator = std::make_unique<Dpsim::Simulator>(std::vector<std::string>{kLink}, _recordPath);
+        std::string error;
+        ASSERT_TRUE(_simulator->Start(error)) << error;
+    }
+
+    void TearDown() override {
+        if (_link) {
+            _link->stop();
+            _link.reset();
+        }
+        CfgAgent::WorkGroup::Stop();
+        _simulator.reset();
+        unsetenv(CfgAgent::HostPaths::kRootVariable);
+        std::error_code ignored;
+        std::filesystem::remove_all(_root, ignored);
+        CfgAgent::LogLevel::console.store(_savedConsole);
+    }
+
+    void OpenLink() {
+        auto received = _received;
+        auto link = zef::MakeRef<DataplaneTaklink>(
+            kLink, [received](const unsigned char* data, int length) { received->OnData(data, length); },
+            [received](DataplaneLink*, DataplaneLink::LinkStatus status) { received->OnStatus(status); },
+            nullptr, 10240);
+        _link = zef::RefPtr<DataplaneLink>(link.get());
+        ASSERT_TRUE(_link->open());
+        ASSERT_TRUE(_received->WaitUp());
+    }
+
+    // Every line must parse; a line that does not fails the test.
+    std::vector<JsonPtr> Lines() {
+        std::vector<JsonPtr> lines;
+        std::ifstream file(_recordPath);
+        std::string text;
+        while (std::getline(file, text)) {
+            JsonPtr line(cJSON_Parse(text.c_str()));
+            EXPECT_NE(line, nullptr) << text;
+            if (line) {
+                lines.push_back(std::move(line));
+            }
+        }
+        return lines;
+    }
+
+    std::vector<JsonPtr> WaitForLines(size_t count) {
+        const auto deadline = std::chrono::steady_clock::now() + kBound;
+        std::vector<JsonPtr> lines = Lines();
+        while (lines.size() < count && std::chrono::steady_clock::now() < deadline) {
+            std::this_thread::sleep_for(20ms);
+            lines = Lines();
+        }
+        return lines;
+    }
+
+    static constexpr const char* kLink = "kcp_taklink";
+    std::string _root;
+    std::string _recordPath;
+    std::shared_ptr<Received> _received = std::make_shared<Received>();
+    zef::RefPtr<DataplaneLink> _link;
+    std::unique_ptr<Dpsim::Simulator> _simulator;
+
+private:
+    int _savedConsole = 0;
+    zef::metrics::MetricsRegistry _registry;
+};
+
+TEST_F(DpsimTest, SessionOpenIsAnsweredWithAckThenFullSyncEndAndRecorded) {
+    OpenLink();
+    const Message open = CfgAgent::KcpSessionCodec::Build(CfgAgent::KCP_SESSION_OPEN, kSession);
+    ASSERT_TRUE(SendCopy(*_link, open));
+    ASSERT_TRUE(_received->WaitForMessages(2));
+
+    const std::vector<Message> answers = _received->Messages();
+    ASSERT_EQ(answers.size(), 2u);
+    CfgAgent::KcpSessionControl ack;
+    CfgAgent::KcpSessionControl end;
+    ASSERT_TRUE(CfgAgent::KcpSessionCodec::Read(answers[0], ack));
+    ASSERT_TRUE(CfgAgent::KcpSessionCodec::Read(answers[1], end));
+    EXPECT_EQ(ack.controlType, CfgAgent::KCP_SESSION_OPEN_ACK);
+    EXPECT_EQ(end.controlType, CfgAgent::KCP_SESSION_FULL_SYNC_END);
+    EXPECT_EQ(ack.sessionId, kSession);
+    EXPECT_EQ(end.sessionId, kSession);
+
+    const std::vector<JsonPtr> lines = WaitForLines(3);
+    ASSERT_EQ(lines.size(), 3u);
+    const char* dirs[] = {"in", "out", "out"};
+    const char* controls[] = {"Session Open", "Session Open ACK", "Session Full Sync End"};
+    const Message* bytes[] = {&open, &answers[0], &answers[1]};
+    for (size_t i = 0; i < 3; ++i) {
+        SCOPED_TRACE(i);
+        EXPECT_EQ(Text(lines[i].get(), "link"), kLink);
+        EXPECT_EQ(Text(lines[i].get(), "dir"), dirs[i]);
+        EXPECT_EQ(Text(lines[i].get(), "type"), "Session control");
+        EXPECT_EQ(Text(Fields(lines[i]), "control"), controls[i]);
+        EXPECT_EQ(Number(Fields(lines[i]), "sessionId"), static_cast<double>(kSession));
+        EXPECT_EQ(Text(lines[i].get(), "hex"), Dpsim::RecordFile::Hex(*bytes[i]));
+        EXPECT_NE(Text(lines[i].get(), "dump").find("sessionID: " + std::to_string(kSession)),
+                  std::string::npos);
+        EXPECT_EQ(cJSON_GetObjectItemCaseSensitive(lines[i].get(), "error"), nullptr);
+        const std::string time = Text(lines[i].get(), "time");
+        EXPECT_EQ(time.size(), 24u) << time;
+        EXPECT_EQ(time.back(), 'Z') << time;
+    }
+    EXPECT_EQ(Number(Fields(lines[0]), "maxMessageLength"), CfgAgent::KCP_SESSION_MAX_MSG_LEN);
+}
+
+TEST_F(DpsimTest, StatusQueryIsAnsweredWithSync) {
+    OpenLink();
+    ASSERT_TRUE(SendCopy(*_link, CfgAgent::KcpQueryCodec::BuildStatusQuery()));
+    ASSERT_TRUE(_received->WaitForMessages(1));
+    std::vector<CfgAgent::KcpNotification> notifications;
+    ASSERT_TRUE(CfgAgent::KcpNotificationCodec::Read(_received->Messages()[0], notifications));
+    ASSERT_EQ(notifications.size(), 1u);
+    EXPECT_EQ(notifications[0].type, CfgAgent::KCP_NOTIFY_DP_STATUS);
+    EXPECT_NE(notifications[0].dpStatus, CfgAgent::KCP_DP_OUT_OF_SYNC);
+
+    const std::vector<JsonPtr> lines = WaitForLines(2);
+    ASSERT_EQ(lines.size(), 2u);
+    EXPECT_EQ(Text(lines[0].get(), "type"), "Query");
+    const cJSON* asked = cJSON_GetObjectItemCaseSensitive(Fields(lines[0]), "dataTypes");
+    ASSERT_EQ(cJSON_GetArraySize(asked), 1);
+    EXPECT_STREQ(cJSON_GetArrayItem(asked, 0)->valuestring, "DP Status Query");
+    EXPECT_EQ(Text(lines[1].get(), "type"), "Notification");
+    const cJSON* told = cJSON_GetObjectItemCaseSensitive(Fields(lines[1]), "notifications");
+    ASSERT_EQ(cJSON_GetArraySize(told), 1);
+    EXPECT_EQ(Text(cJSON_GetArrayItem(told, 0), "type"), "DP Status Notification");
+    EXPECT_EQ(Text(cJSON_GetArrayItem(told, 0), "value"), "Sync");
+}
+
+TEST_F(DpsimTest, UnknownTypeIsRecordedAsAnErrorAndNotAnswered) {
+    OpenLink();
+    const Message unknown = {0, 9, 0, 8, 0, 1, 0, 4};
+    ASSERT_TRUE(SendCopy(*_link, unknown));
+    // The answer to this one must be the first message back.
+    ASSERT_TRUE(SendCopy(*_link, CfgAgent::KcpSessionCodec::Build(CfgAgent::KCP_SESSION_OPEN, 7)));
+    ASSERT_TRUE(_received->WaitForMessages(2));
+    CfgAgent::KcpSessionControl first;
+    ASSERT_TRUE(CfgAgent::KcpSessionCodec::Read(_received->Messages()[0], first));
+    EXPECT_EQ(first.controlType, CfgAgent::KCP_SESSION_OPEN_ACK);
+
+    const std::vector<JsonPtr> lines = WaitForLines(4);
+    ASSERT_EQ(lines.size(), 4u);
+    EXPECT_EQ(Text(lines[0].get(), "dir"), "in");
+    EXPECT_EQ(Text(lines[0].get(), "hex"), "0009000800010004");
+    EXPECT_NE(Text(lines[0].get(), "error").find("unknown message type 9"), std::string::npos);
+    EXPECT_EQ(Text(Fields(lines[1]), "control"), "Session Open");
+}
+
+TEST_F(DpsimTest, LengthBelowTheHeaderIsRecordedAndEndsTheConnection) {
+    const int fd = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    ASSERT_GE(fd, 0);
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    const std::string path = Dpsim::Simulator::SocketPath(kLink);
+    std::strncpy(address.sun_path, path.c_str(), sizeof(address.sun_path) - 1);
+    ASSERT_EQ(::connect(fd, reinterpret_cast<sockaddr*>(&address), sizeof(address)), 0);
+    const uint8_t head[] = {0, 5, 0, 2, 0xAA, 0xBB};
+    ASSERT_EQ(::send(fd, head, sizeof(head), MSG_NOSIGNAL), static_cast<ssize_t>(sizeof(head)));
+
+    // The simulator cannot frame past such a head, so it hangs up.
+    pollfd wait{fd, POLLIN, 0};
+    ASSERT_EQ(::poll(&wait, 1, 20000), 1);
+    uint8_t byte = 0;
+    EXPECT_EQ(::recv(fd, &byte, 1, 0), 0);
+    ::close(fd);
+
+    const std::vector<JsonPtr> lines = WaitForLines(1);
+    ASSERT_EQ(lines.size(), 1u);
+    EXPECT_EQ(Text(lines[0].get(), "dir"), "in");
+    EXPECT_EQ(Text(lines[0].get(), "hex"), "00050002");
+    EXPECT_NE(Text(lines[0].get(), "error").find("below the 4-byte header"), std::string::npos);
+}
+
+}  // namespace

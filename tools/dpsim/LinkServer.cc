@@ -1,0 +1,168 @@
+#include "LinkServer.h"
+
+#include <poll.h>
+#include <sys/eventfd.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+#include <filesystem>
+
+#include "KcpKernel.h"
+#include "port/Tlv.h"
+
+namespace Dpsim {
+
+LinkServer::LinkServer(std::string name, std::string path, RecordFile& record)
+    : _name(std::move(name)), _path(std::move(path)), _record(record) {}
+
+LinkServer::~LinkServer() { Stop(); }
+
+bool LinkServer::Start(std::string& error) {
+    sockaddr_un address{};
+    if (_path.size() >= sizeof(address.sun_path)) {
+        error = "socket path too long: " + _path;
+        return false;
+    }
+    std::error_code failure;
+    std::filesystem::create_directories(std::filesystem::path(_path).parent_path(), failure);
+    if (failure) {
+        error = "cannot make the folder of " + _path + ": " + failure.message();
+        return false;
+    }
+    // A socket left by an earlier run would refuse the bind.
+    std::filesystem::remove(_path, failure);
+    _listenFd = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    _wakeFd = ::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
+    address.sun_family = AF_UNIX;
+    std::memcpy(address.sun_path, _path.c_str(), _path.size());
+    if (_listenFd < 0 || _wakeFd < 0 ||
+        ::bind(_listenFd, reinterpret_cast<sockaddr*>(&address), sizeof(address)) != 0 ||
+        ::listen(_listenFd, 4) != 0) {
+        error = "cannot listen on " + _path + ": " + std::strerror(errno);
+        Stop();
+        return false;
+    }
+    _thread = std::thread([this] { Serve(); });
+    return true;
+}
+
+void LinkServer::Stop() {
+    _stop = true;
+    if (_wakeFd >= 0) {
+        const uint64_t one = 1;
+        [[maybe_unused]] const ssize_t ignored = ::write(_wakeFd, &one, sizeof(one));
+    }
+    if (_thread.joinable()) {
+        _thread.join();
+    }
+    DropConnection();
+    if (_listenFd >= 0) {
+        ::close(_listenFd);
+        _listenFd = -1;
+        std::error_code ignored;
+        std::filesystem::remove(_path, ignored);
+    }
+    if (_wakeFd >= 0) {
+        ::close(_wakeFd);
+        _wakeFd = -1;
+    }
+}
+
+void LinkServer::Serve() {
+    uint8_t buffer[4096];
+    while (!_stop) {
+        pollfd fds[3] = {{_wakeFd, POLLIN, 0}, {_listenFd, POLLIN, 0}, {_connectionFd, POLLIN, 0}};
+        if (::poll(fds, 3, -1) <= 0) {
+            continue;
+        }
+        if (fds[0].revents != 0) {
+            break;
+        }
+        if ((fds[1].revents & POLLIN) != 0) {
+            const int accepted = ::accept4(_listenFd, nullptr, nullptr, SOCK_CLOEXEC);
+            if (accepted >= 0) {
+                DropConnection();
+                _connectionFd = accepted;
+            }
+            continue;
+        }
+        if (_connectionFd < 0 || fds[2].revents == 0) {
+            continue;
+        }
+        const ssize_t got = ::recv(_connectionFd, buffer, sizeof(buffer), 0);
+        if (got < 0 && errno == EINTR) {
+            continue;
+        }
+        if (got <= 0) {
+            DropConnection();
+            continue;
+        }
+        _pending.insert(_pending.end(), buffer, buffer + got);
+        if (!Frame()) {
+            DropConnection();
+        }
+    }
+}
+
+bool LinkServer::Frame() {
+    while (_pending.size() >= CfgAgent::Tlv::kHeaderSize) {
+        const size_t length = (static_cast<size_t>(_pending[2]) << 8) | _pending[3];
+        if (length < CfgAgent::Tlv::kHeaderSize) {
+            // Nothing after such a head can be framed, so the connection ends
+            // once the head is on record.
+            _record.Append(_name, true,
+                           std::span<const uint8_t>(_pending.data(), CfgAgent::Tlv::kHeaderSize));
+            return false;
+        }
+        if (_pending.size() < length) {
+            return true;
+        }
+        const std::vector<uint8_t> message(_pending.begin(),
+                                           _pending.begin() + static_cast<long>(length));
+        _pending.erase(_pending.begin(), _pending.begin() + static_cast<long>(length));
+        Handle(message);
+    }
+    return true;
+}
+
+void LinkServer::Handle(const std::vector<uint8_t>& message) {
+    if (!_record.Append(_name, true, message)) {
+        return;
+    }
+    for (const std::vector<uint8_t>& answer : KcpKernel::Answer(message)) {
+        if (!Write(answer)) {
+            DropConnection();
+            return;
+        }
+        _record.Append(_name, false, answer);
+    }
+}
+
+bool LinkServer::Write(const std::vector<uint8_t>& message) {
+    size_t offset = 0;
+    while (offset < message.size() && _connectionFd >= 0) {
+        const ssize_t sent =
+            ::send(_connectionFd, message.data() + offset, message.size() - offset, MSG_NOSIGNAL);
+        if (sent < 0 && errno == EINTR) {
+            continue;
+        }
+        if (sent <= 0) {
+            return false;
+        }
+        offset += static_cast<size_t>(sent);
+    }
+    return offset == message.size();
+}
+
+void LinkServer::DropConnection() {
+    if (_connectionFd >= 0) {
+        ::close(_connectionFd);
+        _connectionFd = -1;
+    }
+    _pending.clear();
+}
+
+}  // namespace Dpsim

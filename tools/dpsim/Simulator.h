@@ -1,0 +1,35 @@
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "LinkServer.h"
+#include "RecordFile.h"
+
+namespace Dpsim {
+
+// The dataplane as the agent sees it: one served link per name, all writing
+// to one record file.
+class Simulator {
+public:
+    Simulator(std::vector<std::string> links, const std::string& recordPath);
+    ~Simulator();
+    Simulator(const Simulator&) = delete;
+    Simulator& operator=(const Simulator&) = delete;
+
+    // Serves every link or none; `error` says what failed. `onServing` is
+    // called with each link's name as soon as it accepts connections.
+    bool Start(std::string& error, void (*onServing)(const std::string& name) = nullptr);
+    void Stop();
+
+    // Where the agent looks for the link `name`, under the host root.
+    static std::string SocketPath(const std::string& name);
+
+private:
+    std::vector<std::string> _names;
+    RecordFile _record;
+    std::vector<std::unique_ptr<LinkServer>> _servers;
+};
+
+}  // namespace Dpsim

@@ -16,6 +16,7 @@
 #include <thread>
 #include <vector>
 
+#include "ControlServer.h"
 #include "JsonPtr.h"
 #include "Simulator.h"
 #include "frame/HostPaths.h"
@@ -26,6 +27,8 @@
 #include "port/KcpQueryCodec.h"
 #include "port/KcpSessionCodec.h"
 #include "port/KcpTypes.h"
+#include "port/KcpUpdateCodec.h"
+#include "port/KcpVifUpdateCodec.h"
 #include "zef/RefPtr.h"
 #include "zef/metrics/MetricsRegistry.h"
 
@@ -51,7 +54,14 @@ public:
     void OnStatus(DataplaneLink::LinkStatus status) {
         std::lock_guard<std::mutex> lock(_mutex);
         _up = status == DataplaneLink::LINK_UP;
+        if (!_up) {
+            ++_downs;
+        }
         _changed.notify_all();
+    }
+    bool WaitDown() {
+        std::unique_lock<std::mutex> lock(_mutex);
+        return _changed.wait_for(lock, kBound, [&] { return _downs > 0; });
     }
     bool WaitUp() {
         std::unique_lock<std::mutex> lock(_mutex);
@@ -70,6 +80,7 @@ private:
     std::mutex _mutex;
     std::condition_variable _changed;
     bool _up = false;
+    int _downs = 0;
     std::vector<Message> _messages;
 };
 
@@ -107,6 +118,9 @@ protected:
         _simulator = std::make_unique<Dpsim::Simulator>(std::vector<std::string>{kLink}, _recordPath);
         std::string error;
         ASSERT_TRUE(_simulator->Start(error)) << error;
+        _controlPath = _root + "/control";
+        _control = std::make_unique<Dpsim::ControlServer>(_controlPath, *_simulator);
+        ASSERT_TRUE(_control->Start(error)) << error;
     }
 
     void TearDown() override {
@@ -115,6 +129,7 @@ protected:
             _link.reset();
         }
         CfgAgent::WorkGroup::Stop();
+        _control.reset();
         _simulator.reset();
         unsetenv(CfgAgent::HostPaths::kRootVariable);
         std::error_code ignored;
@@ -158,8 +173,23 @@ protected:
         return lines;
     }
 
+    JsonPtr Ask(const std::string& command) {
+        std::string answer;
+        std::string error;
+        EXPECT_TRUE(Dpsim::ControlServer::Request(_controlPath, command, answer, error)) << error;
+        JsonPtr json(cJSON_Parse(answer.c_str()));
+        EXPECT_NE(json, nullptr) << answer;
+        return json;
+    }
+
+    static bool Ok(const JsonPtr& answer) {
+        return cJSON_IsTrue(cJSON_GetObjectItemCaseSensitive(answer.get(), "ok"));
+    }
+
     static constexpr const char* kLink = "kcp_taklink";
     std::string _root;
+    std::string _controlPath;
+    std::unique_ptr<Dpsim::ControlServer> _control;
     std::string _recordPath;
     std::shared_ptr<Received> _received = std::make_shared<Received>();
     zef::RefPtr<DataplaneLink> _link;
@@ -275,6 +305,124 @@ TEST_F(DpsimTest, LengthBelowTheHeaderIsRecordedAndEndsTheConnection) {
     EXPECT_EQ(Text(lines[0].get(), "dir"), "in");
     EXPECT_EQ(Text(lines[0].get(), "hex"), "00050002");
     EXPECT_NE(Text(lines[0].get(), "error").find("below the 4-byte header"), std::string::npos);
+}
+
+bool ReadVifUpdate(const Message& message, CfgAgent::KcpVifUpdate& update) {
+    CfgAgent::KcpUpdate read;
+    return CfgAgent::KcpUpdateCodec::Read(message, read) && read.data.size() == 1 &&
+           read.data[0].type == CfgAgent::KCP_VIF_UPDATE &&
+           CfgAgent::KcpVifUpdateCodec::Decode(read.data[0].value, update);
+}
+
+TEST_F(DpsimTest, ControlledVifsAreSentAndTheConnectedOnesReportedBeforeFullSyncEnd) {
+    OpenLink();
+    const std::string prefix = std::string("vif ") + kLink;
+    EXPECT_TRUE(Ok(Ask(prefix + " connect vif-a")));
+    EXPECT_TRUE(Ok(Ask(prefix + " connect vif-b")));
+    EXPECT_TRUE(Ok(Ask(prefix + " disconnect vif-a")));
+    ASSERT_TRUE(_received->WaitForMessages(3));
+    CfgAgent::KcpVifUpdate gone;
+    ASSERT_TRUE(ReadVifUpdate(_received->Messages()[2], gone));
+    EXPECT_EQ(gone.operation, CfgAgent::KCP_OP_DELETE);
+    ASSERT_EQ(gone.records.size(), 1u);
+    EXPECT_EQ(gone.records[0].vifId, "vif-a");
+    EXPECT_FALSE(gone.records[0].status.has_value());
+
+    ASSERT_TRUE(
+        SendCopy(*_link, CfgAgent::KcpSessionCodec::Build(CfgAgent::KCP_SESSION_OPEN, kSession)));
+    ASSERT_TRUE(_received->WaitForMessages(6));
+    const std::vector<Message> messages = _received->Messages();
+    ASSERT_EQ(messages.size(), 6u);
+    CfgAgent::KcpSessionControl ack;
+    ASSERT_TRUE(CfgAgent::KcpSessionCodec::Read(messages[3], ack));
+    EXPECT_EQ(ack.controlType, CfgAgent::KCP_SESSION_OPEN_ACK);
+    CfgAgent::KcpVifUpdate report;
+    ASSERT_TRUE(ReadVifUpdate(messages[4], report));
+    EXPECT_EQ(report.operation, CfgAgent::KCP_OP_UPDATE);
+    ASSERT_EQ(report.records.size(), 1u);
+    EXPECT_EQ(report.records[0].vifId, "vif-b");
+    EXPECT_EQ(report.records[0].status, std::optional<uint8_t>(CfgAgent::KCP_VIF_CONNECT));
+    CfgAgent::KcpSessionControl end;
+    ASSERT_TRUE(CfgAgent::KcpSessionCodec::Read(messages[5], end));
+    EXPECT_EQ(end.controlType, CfgAgent::KCP_SESSION_FULL_SYNC_END);
+    EXPECT_EQ(end.sessionId, kSession);
+
+    const JsonPtr status = Ask("status");
+    ASSERT_TRUE(Ok(status));
+    const cJSON* link = cJSON_GetArrayItem(cJSON_GetObjectItemCaseSensitive(status.get(), "links"), 0);
+    EXPECT_EQ(Text(link, "link"), kLink);
+    EXPECT_TRUE(cJSON_IsTrue(cJSON_GetObjectItemCaseSensitive(link, "connected")));
+    const cJSON* vifs = cJSON_GetObjectItemCaseSensitive(link, "vifs");
+    ASSERT_EQ(cJSON_GetArraySize(vifs), 1);
+    EXPECT_STREQ(cJSON_GetArrayItem(vifs, 0)->valuestring, "vif-b");
+    EXPECT_EQ(Number(link, "in"), 1);
+    EXPECT_EQ(Number(link, "out"), 6);
+}
+
+TEST_F(DpsimTest, OutOfSyncReachesTheAgentAndIsRecorded) {
+    OpenLink();
+    EXPECT_TRUE(Ok(Ask(std::string("outofsync ") + kLink)));
+    ASSERT_TRUE(_received->WaitForMessages(1));
+    std::vector<CfgAgent::KcpNotification> notifications;
+    ASSERT_TRUE(CfgAgent::KcpNotificationCodec::Read(_received->Messages()[0], notifications));
+    ASSERT_EQ(notifications.size(), 1u);
+    EXPECT_EQ(notifications[0].type, CfgAgent::KCP_NOTIFY_DP_STATUS);
+    EXPECT_EQ(notifications[0].dpStatus, CfgAgent::KCP_DP_OUT_OF_SYNC);
+
+    const std::vector<JsonPtr> lines = WaitForLines(1);
+    ASSERT_EQ(lines.size(), 1u);
+    EXPECT_EQ(Text(lines[0].get(), "dir"), "out");
+    const cJSON* told = cJSON_GetObjectItemCaseSensitive(Fields(lines[0]), "notifications");
+    EXPECT_EQ(Text(cJSON_GetArrayItem(told, 0), "value"), "OutOfSync");
+}
+
+TEST_F(DpsimTest, InjectSendsTheBytesAsTheyAre) {
+    OpenLink();
+    EXPECT_TRUE(Ok(Ask(std::string("inject ") + kLink + " 0009000800010004")));
+    ASSERT_TRUE(_received->WaitForMessages(1));
+    EXPECT_EQ(_received->Messages()[0], (Message{0, 9, 0, 8, 0, 1, 0, 4}));
+    const std::vector<JsonPtr> lines = WaitForLines(1);
+    ASSERT_EQ(lines.size(), 1u);
+    EXPECT_EQ(Text(lines[0].get(), "dir"), "out");
+    EXPECT_EQ(Text(lines[0].get(), "hex"), "0009000800010004");
+}
+
+TEST_F(DpsimTest, DropMakesTheLinkGoDownAndComeBack) {
+    OpenLink();
+    EXPECT_TRUE(Ok(Ask(std::string("drop ") + kLink)));
+    ASSERT_TRUE(_received->WaitDown());
+    ASSERT_TRUE(_received->WaitUp());
+}
+
+TEST_F(DpsimTest, RefusedConnectionIsClosedAtOnce) {
+    EXPECT_TRUE(Ok(Ask(std::string("refuse ") + kLink + " 60")));
+    const int fd = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    ASSERT_GE(fd, 0);
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    const std::string path = Dpsim::Simulator::SocketPath(kLink);
+    std::strncpy(address.sun_path, path.c_str(), sizeof(address.sun_path) - 1);
+    ASSERT_EQ(::connect(fd, reinterpret_cast<sockaddr*>(&address), sizeof(address)), 0);
+    pollfd wait{fd, POLLIN, 0};
+    ASSERT_EQ(::poll(&wait, 1, 20000), 1);
+    uint8_t byte = 0;
+    EXPECT_EQ(::recv(fd, &byte, 1, 0), 0);
+    ::close(fd);
+    const JsonPtr status = Ask("status");
+    const cJSON* link = cJSON_GetArrayItem(cJSON_GetObjectItemCaseSensitive(status.get(), "links"), 0);
+    EXPECT_FALSE(cJSON_IsTrue(cJSON_GetObjectItemCaseSensitive(link, "connected")));
+}
+
+TEST_F(DpsimTest, BadCommandsAreRefused) {
+    for (const std::string& command :
+         std::vector<std::string>{"frobnicate", "drop nosuchlink", std::string("inject ") + kLink + " 0G",
+          std::string("vif ") + kLink + " plug x", std::string("refuse ") + kLink + " -1"}) {
+        SCOPED_TRACE(command);
+        const JsonPtr answer = Ask(command);
+        ASSERT_NE(answer, nullptr);
+        EXPECT_TRUE(cJSON_IsFalse(cJSON_GetObjectItemCaseSensitive(answer.get(), "ok")));
+        EXPECT_NE(Text(answer.get(), "error"), "<absent>");
+    }
 }
 
 }  // namespace

@@ -6,9 +6,11 @@
 #include <sys/un.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
+#include <future>
 
 #include "KcpKernel.h"
 #include "port/Tlv.h"
@@ -45,11 +47,20 @@ bool LinkServer::Start(std::string& error) {
         Stop();
         return false;
     }
+    _stop = false;
+    {
+        std::lock_guard<std::mutex> lock(_tasksMutex);
+        _acceptingTasks = true;
+    }
     _thread = std::thread([this] { Serve(); });
     return true;
 }
 
 void LinkServer::Stop() {
+    {
+        std::lock_guard<std::mutex> lock(_tasksMutex);
+        _acceptingTasks = false;
+    }
     _stop = true;
     if (_wakeFd >= 0) {
         const uint64_t one = 1;
@@ -58,6 +69,8 @@ void LinkServer::Stop() {
     if (_thread.joinable()) {
         _thread.join();
     }
+    // Tasks queued before the stop still wait for their answer.
+    RunTasks();
     DropConnection();
     if (_listenFd >= 0) {
         ::close(_listenFd);
@@ -79,11 +92,19 @@ void LinkServer::Serve() {
             continue;
         }
         if (fds[0].revents != 0) {
-            break;
+            uint64_t count = 0;
+            [[maybe_unused]] const ssize_t ignored = ::read(_wakeFd, &count, sizeof(count));
+            if (_stop) {
+                break;
+            }
+            RunTasks();
+            continue;
         }
         if ((fds[1].revents & POLLIN) != 0) {
             const int accepted = ::accept4(_listenFd, nullptr, nullptr, SOCK_CLOEXEC);
-            if (accepted >= 0) {
+            if (accepted >= 0 && std::chrono::steady_clock::now() < _refuseUntil) {
+                ::close(accepted);
+            } else if (accepted >= 0) {
                 DropConnection();
                 _connectionFd = accepted;
             }
@@ -113,6 +134,7 @@ bool LinkServer::Frame() {
         if (length < CfgAgent::Tlv::kHeaderSize) {
             // Nothing after such a head can be framed, so the connection ends
             // once the head is on record.
+            ++_in;
             _record.Append(_name, true,
                            std::span<const uint8_t>(_pending.data(), CfgAgent::Tlv::kHeaderSize));
             return false;
@@ -129,16 +151,119 @@ bool LinkServer::Frame() {
 }
 
 void LinkServer::Handle(const std::vector<uint8_t>& message) {
+    ++_in;
     if (!_record.Append(_name, true, message)) {
         return;
     }
-    for (const std::vector<uint8_t>& answer : KcpKernel::Answer(message)) {
-        if (!Write(answer)) {
-            DropConnection();
+    std::string error;
+    for (const std::vector<uint8_t>& answer : KcpKernel::Answer(message, _vifs)) {
+        if (!SendOut(answer, error)) {
             return;
         }
-        _record.Append(_name, false, answer);
     }
+}
+
+bool LinkServer::SendOut(const std::vector<uint8_t>& message, std::string& error) {
+    if (_connectionFd < 0) {
+        error = "no agent connected on " + _name;
+        return false;
+    }
+    if (!Write(message)) {
+        DropConnection();
+        error = "write to the agent failed on " + _name;
+        return false;
+    }
+    ++_out;
+    _record.Append(_name, false, message);
+    return true;
+}
+
+bool LinkServer::Run(const std::function<void()>& task, std::string& error) {
+    std::promise<void> done;
+    std::future<void> finished = done.get_future();
+    {
+        std::lock_guard<std::mutex> lock(_tasksMutex);
+        if (!_acceptingTasks) {
+            error = "link " + _name + " is not serving";
+            return false;
+        }
+        _tasks.push_back([&task, &done] {
+            task();
+            done.set_value();
+        });
+    }
+    const uint64_t one = 1;
+    [[maybe_unused]] const ssize_t ignored = ::write(_wakeFd, &one, sizeof(one));
+    finished.wait();
+    return true;
+}
+
+void LinkServer::RunTasks() {
+    std::vector<std::function<void()>> tasks;
+    {
+        std::lock_guard<std::mutex> lock(_tasksMutex);
+        tasks.swap(_tasks);
+    }
+    for (const auto& task : tasks) {
+        task();
+    }
+}
+
+bool LinkServer::Inject(const std::vector<uint8_t>& message, std::string& error) {
+    bool ok = false;
+    return Run([&] { ok = SendOut(message, error); }, error) && ok;
+}
+
+bool LinkServer::SetVif(const std::string& vifId, bool connect, bool& sent, std::string& error) {
+    std::vector<uint8_t> message;
+    if (!KcpKernel::VifUpdate(vifId, connect, message)) {
+        error = "cannot build a VIF Update for " + vifId;
+        return false;
+    }
+    bool ok = false;
+    const bool ran = Run(
+        [&] {
+            const auto known = std::find(_vifs.begin(), _vifs.end(), vifId);
+            if (connect && known == _vifs.end()) {
+                _vifs.push_back(vifId);
+            } else if (!connect && known != _vifs.end()) {
+                _vifs.erase(known);
+            }
+            sent = _connectionFd >= 0;
+            ok = !sent || SendOut(message, error);
+        },
+        error);
+    return ran && ok;
+}
+
+bool LinkServer::Drop(std::string& error) {
+    bool ok = false;
+    const bool ran = Run(
+        [&] {
+            ok = _connectionFd >= 0;
+            if (ok) {
+                DropConnection();
+            } else {
+                error = "no agent connected on " + _name;
+            }
+        },
+        error);
+    return ran && ok;
+}
+
+bool LinkServer::Refuse(std::chrono::milliseconds period, std::string& error) {
+    return Run([&] { _refuseUntil = std::chrono::steady_clock::now() + period; }, error);
+}
+
+bool LinkServer::GetStatus(Status& status, std::string& error) {
+    return Run(
+        [&] {
+            status.connected = _connectionFd >= 0;
+            status.vifs = _vifs;
+            status.in = _in;
+            status.out = _out;
+        },
+        error);
 }
 
 bool LinkServer::Write(const std::vector<uint8_t>& message) {

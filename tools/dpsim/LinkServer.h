@@ -1,7 +1,10 @@
 #pragma once
 
 #include <atomic>
+#include <chrono>
 #include <cstdint>
+#include <functional>
+#include <mutex>
 #include <string>
 #include <thread>
 #include <vector>
@@ -27,7 +30,31 @@ public:
 
     const std::string& Name() const { return _name; }
 
+    struct Status {
+        bool connected = false;
+        std::vector<std::string> vifs;  // connected, in the order they came
+        size_t in = 0;
+        size_t out = 0;
+    };
+
+    // Driven from other threads while the link serves; each runs on the
+    // serving thread and returns once done. False with `error` set when the
+    // link no longer serves or the action cannot be done.
+    bool Inject(const std::vector<uint8_t>& message, std::string& error);
+    // Remembers the VIF for later Session Opens and tells a connected agent;
+    // `sent` says whether one was.
+    bool SetVif(const std::string& vifId, bool connect, bool& sent, std::string& error);
+    bool Drop(std::string& error);
+    bool Refuse(std::chrono::milliseconds period, std::string& error);
+    bool GetStatus(Status& status, std::string& error);
+
 private:
+    bool Run(const std::function<void()>& task, std::string& error);
+    void RunTasks();
+    // Sends and records one message of ours; false when no agent is there or
+    // the write failed, which also drops the connection.
+    bool SendOut(const std::vector<uint8_t>& message, std::string& error);
+
     void Serve();
     // Cuts whole messages out of what arrived; false when the stream cannot
     // be framed any further.
@@ -43,6 +70,13 @@ private:
     int _wakeFd = -1;
     int _connectionFd = -1;
     std::vector<uint8_t> _pending;
+    std::vector<std::string> _vifs;
+    size_t _in = 0;
+    size_t _out = 0;
+    std::chrono::steady_clock::time_point _refuseUntil{};
+    std::mutex _tasksMutex;
+    bool _acceptingTasks = false;
+    std::vector<std::function<void()>> _tasks;
     std::atomic<bool> _stop{false};
     std::thread _thread;
 };

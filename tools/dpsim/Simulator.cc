@@ -32,6 +32,15 @@ bool Simulator::Start(std::string& error, void (*onServing)(const std::string& n
     return true;
 }
 
+LinkServer* Simulator::Find(const std::string& name) {
+    for (auto& server : _servers) {
+        if (server->Name() == name) {
+            return server.get();
+        }
+    }
+    return nullptr;
+}
+
 void Simulator::Stop() {
     for (auto& server : _servers) {
         server->Stop();

@@ -23,6 +23,10 @@ public:
     bool Start(std::string& error, void (*onServing)(const std::string& name) = nullptr);
     void Stop();
 
+    // The served link of that name; null when there is none.
+    LinkServer* Find(const std::string& name);
+    const std::vector<std::unique_ptr<LinkServer>>& Links() const { return _servers; }
+
     // Where the agent looks for the link `name`, under the host root.
     static std::string SocketPath(const std::string& name);
 

@@ -1,0 +1,363 @@
+#include "ControlServer.h"
+
+#include <poll.h>
+#include <sys/eventfd.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <chrono>
+#include <cmath>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <sstream>
+
+#include "JsonPtr.h"
+#include "KcpKernel.h"
+#include "Simulator.h"
+#include "frame/HostPaths.h"
+
+namespace Dpsim {
+
+namespace {
+
+// A client that sends this much without a line end is not speaking the protocol.
+constexpr size_t kMaxLine = 1 << 20;
+
+std::string Print(const JsonPtr& json) {
+    char* text = cJSON_PrintUnformatted(json.get());
+    std::string result = text != nullptr ? text : "{\"ok\":false,\"error\":\"out of memory\"}";
+    cJSON_free(text);
+    return result;
+}
+
+std::string Failure(const std::string& error) {
+    JsonPtr answer(cJSON_CreateObject());
+    cJSON_AddBoolToObject(answer.get(), "ok", false);
+    cJSON_AddStringToObject(answer.get(), "error", error.c_str());
+    return Print(answer);
+}
+
+JsonPtr Success() {
+    JsonPtr answer(cJSON_CreateObject());
+    cJSON_AddBoolToObject(answer.get(), "ok", true);
+    return answer;
+}
+
+bool ParseHex(const std::string& text, std::vector<uint8_t>& bytes) {
+    if (text.empty() || text.size() % 2 != 0) {
+        return false;
+    }
+    bytes.clear();
+    for (size_t i = 0; i < text.size(); i += 2) {
+        unsigned value = 0;
+        for (size_t j = i; j < i + 2; ++j) {
+            const char c = text[j];
+            unsigned digit = 0;
+            if (c >= '0' && c <= '9') {
+                digit = static_cast<unsigned>(c - '0');
+            } else if (c >= 'a' && c <= 'f') {
+                digit = static_cast<unsigned>(c - 'a' + 10);
+            } else if (c >= 'A' && c <= 'F') {
+                digit = static_cast<unsigned>(c - 'A' + 10);
+            } else {
+                return false;
+            }
+            value = value * 16 + digit;
+        }
+        bytes.push_back(static_cast<uint8_t>(value));
+    }
+    return true;
+}
+
+std::string Status(Simulator& simulator) {
+    JsonPtr answer = Success();
+    cJSON* links = cJSON_AddArrayToObject(answer.get(), "links");
+    for (const auto& server : simulator.Links()) {
+        LinkServer::Status status;
+        std::string error;
+        if (!server->GetStatus(status, error)) {
+            return Failure(error);
+        }
+        cJSON* link = cJSON_CreateObject();
+        cJSON_AddItemToArray(links, link);
+        cJSON_AddStringToObject(link, "link", server->Name().c_str());
+        cJSON_AddBoolToObject(link, "connected", status.connected);
+        cJSON* vifs = cJSON_AddArrayToObject(link, "vifs");
+        for (const std::string& vif : status.vifs) {
+            cJSON_AddItemToArray(vifs, cJSON_CreateString(vif.c_str()));
+        }
+        cJSON_AddNumberToObject(link, "in", static_cast<double>(status.in));
+        cJSON_AddNumberToObject(link, "out", static_cast<double>(status.out));
+    }
+    return Print(answer);
+}
+
+}  // namespace
+
+ControlServer::ControlServer(std::string path, Simulator& simulator)
+    : _path(std::move(path)), _simulator(simulator) {}
+
+ControlServer::~ControlServer() { Stop(); }
+
+std::string ControlServer::DefaultPath() {
+    return CfgAgent::HostPaths::Resolve("/var/run/halden/dpsim/control");
+}
+
+bool ControlServer::Start(std::string& error) {
+    sockaddr_un address{};
+    if (_path.size() >= sizeof(address.sun_path)) {
+        error = "control socket path too long: " + _path;
+        return false;
+    }
+    std::error_code failure;
+    std::filesystem::create_directories(std::filesystem::path(_path).parent_path(), failure);
+    if (failure) {
+        error = "cannot make the folder of " + _path + ": " + failure.message();
+        return false;
+    }
+    // A socket left by an earlier run would refuse the bind.
+    std::filesystem::remove(_path, failure);
+    _listenFd = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    _wakeFd = ::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
+    address.sun_family = AF_UNIX;
+    std::memcpy(address.sun_path, _path.c_str(), _path.size());
+    if (_listenFd < 0 || _wakeFd < 0 ||
+        ::bind(_listenFd, reinterpret_cast<sockaddr*>(&address), sizeof(address)) != 0 ||
+        ::listen(_listenFd, 8) != 0) {
+        error = "cannot listen on " + _path + ": " + std::strerror(errno);
+        Stop();
+        return false;
+    }
+    _stop = false;
+    _thread = std::thread([this] { Serve(); });
+    return true;
+}
+
+void ControlServer::Stop() {
+    _stop = true;
+    if (_wakeFd >= 0) {
+        const uint64_t one = 1;
+        [[maybe_unused]] const ssize_t ignored = ::write(_wakeFd, &one, sizeof(one));
+    }
+    if (_thread.joinable()) {
+        _thread.join();
+    }
+    for (const Client& client : _clients) {
+        ::close(client.fd);
+    }
+    _clients.clear();
+    if (_listenFd >= 0) {
+        ::close(_listenFd);
+        _listenFd = -1;
+        std::error_code ignored;
+        std::filesystem::remove(_path, ignored);
+    }
+    if (_wakeFd >= 0) {
+        ::close(_wakeFd);
+        _wakeFd = -1;
+    }
+}
+
+void ControlServer::Serve() {
+    while (!_stop) {
+        std::vector<pollfd> fds = {{_wakeFd, POLLIN, 0}, {_listenFd, POLLIN, 0}};
+        for (const Client& client : _clients) {
+            fds.push_back({client.fd, POLLIN, 0});
+        }
+        if (::poll(fds.data(), fds.size(), -1) <= 0) {
+            continue;
+        }
+        if (fds[0].revents != 0) {
+            break;
+        }
+        if ((fds[1].revents & POLLIN) != 0) {
+            const int accepted = ::accept4(_listenFd, nullptr, nullptr, SOCK_CLOEXEC);
+            if (accepted >= 0) {
+                _clients.push_back({accepted, {}});
+            }
+        }
+        // Walked backwards so that closing one keeps the others' indices.
+        for (size_t i = fds.size() - 1; i >= 2; --i) {
+            Client& client = _clients[i - 2];
+            if (fds[i].revents != 0 && !Read(client)) {
+                ::close(client.fd);
+                _clients.erase(_clients.begin() + static_cast<long>(i - 2));
+            }
+        }
+    }
+}
+
+bool ControlServer::Read(Client& client) {
+    char buffer[4096];
+    const ssize_t got = ::recv(client.fd, buffer, sizeof(buffer), 0);
+    if (got < 0 && errno == EINTR) {
+        return true;
+    }
+    if (got <= 0) {
+        return false;
+    }
+    client.pending.append(buffer, static_cast<size_t>(got));
+    size_t end = 0;
+    while ((end = client.pending.find('\n')) != std::string::npos) {
+        std::string line = client.pending.substr(0, end);
+        client.pending.erase(0, end + 1);
+        if (!line.empty() && line.back() == '\r') {
+            line.pop_back();
+        }
+        const std::string answer = Execute(_simulator, line) + "\n";
+        size_t offset = 0;
+        while (offset < answer.size()) {
+            const ssize_t sent =
+                ::send(client.fd, answer.data() + offset, answer.size() - offset, MSG_NOSIGNAL);
+            if (sent < 0 && errno == EINTR) {
+                continue;
+            }
+            if (sent <= 0) {
+                return false;
+            }
+            offset += static_cast<size_t>(sent);
+        }
+    }
+    return client.pending.size() <= kMaxLine;
+}
+
+std::string ControlServer::Execute(Simulator& simulator, const std::string& line) {
+    std::istringstream stream(line);
+    std::vector<std::string> words;
+    for (std::string word; stream >> word;) {
+        words.push_back(word);
+    }
+    if (words.empty()) {
+        return Failure("empty command");
+    }
+    const std::string& command = words[0];
+    if (command == "status") {
+        if (words.size() != 1) {
+            return Failure("usage: status");
+        }
+        return Status(simulator);
+    }
+    const bool known = command == "inject" || command == "vif" || command == "outofsync" ||
+                       command == "drop" || command == "refuse";
+    if (!known) {
+        return Failure("unknown command: " + command);
+    }
+    if (words.size() < 2) {
+        return Failure("missing link for " + command);
+    }
+    LinkServer* link = simulator.Find(words[1]);
+    if (link == nullptr) {
+        return Failure("unknown link: " + words[1]);
+    }
+    std::string error;
+    if (command == "inject") {
+        std::vector<uint8_t> bytes;
+        if (words.size() != 3 || !ParseHex(words[2], bytes)) {
+            return Failure("usage: inject LINK HEX (an even number of hex digits)");
+        }
+        return link->Inject(bytes, error) ? Print(Success()) : Failure(error);
+    }
+    if (command == "vif") {
+        if (words.size() != 4 || (words[2] != "connect" && words[2] != "disconnect") ||
+            words[3].empty()) {
+            return Failure("usage: vif LINK connect|disconnect VIF_ID");
+        }
+        bool sent = false;
+        if (!link->SetVif(words[3], words[2] == "connect", sent, error)) {
+            return Failure(error);
+        }
+        JsonPtr answer = Success();
+        cJSON_AddBoolToObject(answer.get(), "sent", sent);
+        return Print(answer);
+    }
+    if (command == "outofsync") {
+        if (words.size() != 2) {
+            return Failure("usage: outofsync LINK");
+        }
+        return link->Inject(KcpKernel::DpStatus(true), error) ? Print(Success()) : Failure(error);
+    }
+    if (command == "drop") {
+        if (words.size() != 2) {
+            return Failure("usage: drop LINK");
+        }
+        return link->Drop(error) ? Print(Success()) : Failure(error);
+    }
+    double seconds = -1;
+    if (words.size() == 3) {
+        char* end = nullptr;
+        seconds = std::strtod(words[2].c_str(), &end);
+        if (end == words[2].c_str() || *end != '\0' || !std::isfinite(seconds)) {
+            seconds = -1;
+        }
+    }
+    if (seconds < 0 || seconds > 86400) {
+        return Failure("usage: refuse LINK SECONDS (0 to 86400)");
+    }
+    const auto period = std::chrono::milliseconds(static_cast<long long>(seconds * 1000));
+    return link->Refuse(period, error) ? Print(Success()) : Failure(error);
+}
+
+bool ControlServer::Request(const std::string& path, const std::string& line, std::string& answer,
+                            std::string& error) {
+    sockaddr_un address{};
+    if (path.size() >= sizeof(address.sun_path)) {
+        error = "control socket path too long: " + path;
+        return false;
+    }
+    const int fd = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    if (fd < 0) {
+        error = std::string("cannot make a socket: ") + std::strerror(errno);
+        return false;
+    }
+    address.sun_family = AF_UNIX;
+    std::memcpy(address.sun_path, path.c_str(), path.size());
+    if (::connect(fd, reinterpret_cast<sockaddr*>(&address), sizeof(address)) != 0) {
+        error = "cannot reach " + path + ": " + std::strerror(errno);
+        ::close(fd);
+        return false;
+    }
+    const std::string request = line + "\n";
+    size_t offset = 0;
+    while (offset < request.size()) {
+        const ssize_t sent =
+            ::send(fd, request.data() + offset, request.size() - offset, MSG_NOSIGNAL);
+        if (sent < 0 && errno == EINTR) {
+            continue;
+        }
+        if (sent <= 0) {
+            error = std::string("cannot send: ") + std::strerror(errno);
+            ::close(fd);
+            return false;
+        }
+        offset += static_cast<size_t>(sent);
+    }
+    answer.clear();
+    // A simulator that hangs must not hang its caller.
+    const int timeoutMs = 30000;
+    while (answer.empty() || answer.back() != '\n') {
+        pollfd wait{fd, POLLIN, 0};
+        const int ready = ::poll(&wait, 1, timeoutMs);
+        if (ready < 0 && errno == EINTR) {
+            continue;
+        }
+        char buffer[4096];
+        const ssize_t got = ready > 0 ? ::recv(fd, buffer, sizeof(buffer), 0) : -1;
+        if (got < 0 && errno == EINTR) {
+            continue;
+        }
+        if (got <= 0) {
+            error = "no answer from " + path;
+            ::close(fd);
+            return false;
+        }
+        answer.append(buffer, static_cast<size_t>(got));
+    }
+    answer.pop_back();
+    ::close(fd);
+    return true;
+}
+
+}  // namespace Dpsim

@@ -146,6 +146,23 @@ protected:
         _link = zef::RefPtr<DataplaneLink>(link.get());
         ASSERT_TRUE(_link->open());
         ASSERT_TRUE(_received->WaitUp());
+        // The link is up once it connected; the simulator takes the
+        // connection on its own thread a moment later.
+        ASSERT_TRUE(SimulatorSeesAgent());
+    }
+
+    bool SimulatorSeesAgent() {
+        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+        while (std::chrono::steady_clock::now() < deadline) {
+            JsonPtr status = Ask("status");
+            const cJSON* links = cJSON_GetObjectItemCaseSensitive(status.get(), "links");
+            const cJSON* link = cJSON_GetArrayItem(links, 0);
+            if (cJSON_IsTrue(cJSON_GetObjectItemCaseSensitive(link, "connected"))) {
+                return true;
+            }
+            std::this_thread::sleep_for(std::chrono::milliseconds(5));
+        }
+        return false;
     }
 
     // Every line must parse; a line that does not fails the test.

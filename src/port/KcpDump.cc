@@ -52,23 +52,6 @@ private:
     std::string _text;
 };
 
-const char* MessageName(uint16_t type) {
-    switch (type) {
-        case KCP_MSG_INIT:
-            return "Init";
-        case KCP_MSG_UPDATE:
-            return "Update";
-        case KCP_MSG_NOTIFICATION:
-            return "Notification";
-        case KCP_MSG_QUERY:
-            return "Query";
-        case KCP_MSG_SESSION_CONTROL:
-            return "Session control";
-        default:
-            return nullptr;
-    }
-}
-
 const char* DataName(uint16_t type) {
     static const char* const kNames[] = {
         nullptr,
@@ -394,7 +377,7 @@ std::string KcpDump::Render(std::span<const uint8_t> message) {
         out.Add("\tTruncated message, %zu bytes\n", message.size());
         return out.Take();
     }
-    const char* name = MessageName(header->Type());
+    const char* name = KcpMessage::TypeName(header->Type());
     if (name == nullptr) {
         out.Add("Unsupported message type %u, len %u", header->Type(), header->Length());
         return out.Take();

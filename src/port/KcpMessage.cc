@@ -4,6 +4,23 @@
 
 namespace CfgAgent {
 
+const char* KcpMessage::TypeName(uint16_t type) {
+    switch (type) {
+        case KCP_MSG_INIT:
+            return "Init";
+        case KCP_MSG_UPDATE:
+            return "Update";
+        case KCP_MSG_NOTIFICATION:
+            return "Notification";
+        case KCP_MSG_QUERY:
+            return "Query";
+        case KCP_MSG_SESSION_CONTROL:
+            return "Session control";
+        default:
+            return nullptr;
+    }
+}
+
 namespace {
 
 std::span<const uint8_t> Proper(std::span<const uint8_t> bytes, const Tlv& header) {

@@ -18,6 +18,9 @@ public:
     static constexpr size_t kUpdateFlagOffset = 4;
     static constexpr size_t kUpdateDataOffset = 5;
 
+    // "Init", "Update", "Notification", "Query", "Session control"; null otherwise.
+    static const char* TypeName(uint16_t type);
+
     // Nothing when the bytes cannot hold the header or the length it claims.
     static std::optional<Tlv> Header(std::span<const uint8_t> bytes);
     // A message whose header holds and whose type is `type`.

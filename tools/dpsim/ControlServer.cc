@@ -1,5 +1,7 @@
 #include "ControlServer.h"
 
+#include "UnixListener.h"
+
 #include <poll.h>
 #include <sys/eventfd.h>
 #include <sys/socket.h>
@@ -107,27 +109,12 @@ std::string ControlServer::DefaultPath() {
 }
 
 bool ControlServer::Start(std::string& error) {
-    sockaddr_un address{};
-    if (_path.size() >= sizeof(address.sun_path)) {
-        error = "control socket path too long: " + _path;
-        return false;
-    }
-    std::error_code failure;
-    std::filesystem::create_directories(std::filesystem::path(_path).parent_path(), failure);
-    if (failure) {
-        error = "cannot make the folder of " + _path + ": " + failure.message();
-        return false;
-    }
-    // A socket left by an earlier run would refuse the bind.
-    std::filesystem::remove(_path, failure);
-    _listenFd = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    _listenFd = UnixListener::Listen(_path, 8, error);
     _wakeFd = ::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
-    address.sun_family = AF_UNIX;
-    std::memcpy(address.sun_path, _path.c_str(), _path.size());
-    if (_listenFd < 0 || _wakeFd < 0 ||
-        ::bind(_listenFd, reinterpret_cast<sockaddr*>(&address), sizeof(address)) != 0 ||
-        ::listen(_listenFd, 8) != 0) {
-        error = "cannot listen on " + _path + ": " + std::strerror(errno);
+    if (_listenFd < 0 || _wakeFd < 0) {
+        if (error.empty()) {
+            error = std::string("cannot make a wake-up event: ") + std::strerror(errno);
+        }
         Stop();
         return false;
     }

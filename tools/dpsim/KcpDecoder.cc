@@ -14,23 +14,6 @@ using namespace CfgAgent;
 
 namespace {
 
-const char* MessageTypeName(uint16_t type) {
-    switch (type) {
-        case KCP_MSG_INIT:
-            return "Init";
-        case KCP_MSG_UPDATE:
-            return "Update";
-        case KCP_MSG_NOTIFICATION:
-            return "Notification";
-        case KCP_MSG_QUERY:
-            return "Query";
-        case KCP_MSG_SESSION_CONTROL:
-            return "Session control";
-        default:
-            return nullptr;
-    }
-}
-
 const char* ControlTypeName(uint8_t type) {
     switch (type) {
         case KCP_SESSION_OPEN:
@@ -155,7 +138,7 @@ KcpDecoded KcpDecoder::Decode(std::span<const uint8_t> message) {
     }
     const uint16_t type = static_cast<uint16_t>((message[0] << 8) | message[1]);
     const size_t length = (static_cast<size_t>(message[2]) << 8) | message[3];
-    const char* name = MessageTypeName(type);
+    const char* name = KcpMessage::TypeName(type);
     decoded.type = name != nullptr ? name : "unknown " + std::to_string(type);
     if (length < Tlv::kHeaderSize) {
         decoded.error = "length field " + std::to_string(length) + " is below the 4-byte header";

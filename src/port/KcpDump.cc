@@ -84,18 +84,8 @@ const char* OperationName(uint8_t operation) {
 }
 
 const char* SessionName(uint8_t controlType) {
-    switch (controlType) {
-        case KCP_SESSION_OPEN:
-            return "Session Open";
-        case KCP_SESSION_OPEN_ACK:
-            return "Session Open ACK";
-        case KCP_SESSION_FULL_SYNC_END:
-            return "Session Full Sync End";
-        case KCP_SESSION_CLOSE:
-            return "Session Close";
-        default:
-            return "Unknown";
-    }
+    const char* name = KcpSessionCodec::ControlName(controlType);
+    return name != nullptr ? name : "Unknown";
 }
 
 const char* VifTypeName(uint8_t type) {

@@ -42,4 +42,19 @@ bool KcpSessionCodec::Read(std::span<const uint8_t> bytes, KcpSessionControl& co
     return true;
 }
 
+const char* KcpSessionCodec::ControlName(uint8_t controlType) {
+    switch (controlType) {
+        case KCP_SESSION_OPEN:
+            return "Session Open";
+        case KCP_SESSION_OPEN_ACK:
+            return "Session Open ACK";
+        case KCP_SESSION_FULL_SYNC_END:
+            return "Session Full Sync End";
+        case KCP_SESSION_CLOSE:
+            return "Session Close";
+        default:
+            return nullptr;
+    }
+}
+
 }  // namespace CfgAgent

@@ -20,6 +20,9 @@ public:
     // False unless the bytes hold a Session control message whose one data
     // TLV is a whole VIF Session control.
     static bool Read(std::span<const uint8_t> bytes, KcpSessionControl& control);
+    // "Session Open", "Session Open ACK", "Session Full Sync End",
+    // "Session Close"; null for any other control type.
+    static const char* ControlName(uint8_t controlType);
 };
 
 }  // namespace CfgAgent

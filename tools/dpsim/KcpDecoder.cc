@@ -14,21 +14,6 @@ using namespace CfgAgent;
 
 namespace {
 
-const char* ControlTypeName(uint8_t type) {
-    switch (type) {
-        case KCP_SESSION_OPEN:
-            return "Session Open";
-        case KCP_SESSION_OPEN_ACK:
-            return "Session Open ACK";
-        case KCP_SESSION_FULL_SYNC_END:
-            return "Session Full Sync End";
-        case KCP_SESSION_CLOSE:
-            return "Session Close";
-        default:
-            return nullptr;
-    }
-}
-
 const char* NotificationTypeName(uint16_t type) {
     switch (type) {
         case KCP_NOTIFY_DP_STATUS:
@@ -51,7 +36,7 @@ void DecodeSession(std::span<const uint8_t> message, KcpDecoded& decoded) {
         decoded.error = "not a 15-byte VIF Session control message";
         return;
     }
-    const char* name = ControlTypeName(control.controlType);
+    const char* name = KcpSessionCodec::ControlName(control.controlType);
     if (name == nullptr) {
         decoded.error = "unknown session control type " + std::to_string(control.controlType);
         cJSON_AddNumberToObject(decoded.fields.get(), "control", control.controlType);

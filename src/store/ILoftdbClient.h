@@ -1,19 +1,46 @@
 #pragma once
 
+#include <cstdint>
+#include <functional>
+#include <string>
 #include <vector>
 
 namespace halden::zef::loftdb {
 class ModifyRequestMsg;
-}
+class TypedObjectMsg;
+}  // namespace halden::zef::loftdb
 
 namespace CfgAgent {
 
 // The agent's gate to the store, as applications hold it.
 class ILoftdbClient {
 public:
+    // Called on the store library's thread; `status` 0 is an answer, `text` its text.
+    using EchoCallback = std::function<void(int status, const std::string& text)>;
+    using ReadCallback =
+        std::function<void(bool ok, const std::vector<halden::zef::loftdb::TypedObjectMsg>&)>;
+
+    enum RuntimeKind : uint32_t {
+        RUNTIME_CONFIG = 1,
+        RUNTIME_L2 = 2,
+    };
+
     // Queues the requests for the write loop; an empty list is dropped.
     virtual void Write(const std::vector<halden::zef::loftdb::ModifyRequestMsg>& list) = 0;
+    // Runtime state of the tables: dropped on a smartnic host or a smartnic;
+    // `last` is written behind `list`, in the same transaction.
+    virtual void WriteRuntimeState(bool isFullSync, RuntimeKind kind,
+                                   std::vector<halden::zef::loftdb::ModifyRequestMsg> list,
+                                   std::vector<halden::zef::loftdb::ModifyRequestMsg> last) = 0;
     virtual void RegisterCradleVifMonitor() = 0;
+    // False when the request could not be sent.
+    virtual bool Echo(const std::string& text, EchoCallback done) = 0;
+    // Reads one object of `objectType` by its key, serialized as the type's key message.
+    virtual void ReadObject(uint32_t objectType, const std::string& key, ReadCallback done) = 0;
+    // Steady-clock seconds at the last barrier; 0 before the first.
+    virtual uint64_t LastBarrierTime() const = 0;
+    // The vdb the agent writes to; 0 on a smartnic.
+    virtual uint32_t VdbId() const = 0;
 
 protected:
     ~ILoftdbClient() = default;

@@ -480,4 +480,34 @@ void LoftdbClient::WriteProcessedBarrier(uint32_t verticalId, uint64_t barrierNu
     Write({request});
 }
 
+void LoftdbClient::WriteRuntimeState(bool /*isFullSync*/, RuntimeKind /*kind*/,
+                                     std::vector<ModifyRequestMsg> list,
+                                     std::vector<ModifyRequestMsg> last) {
+    if (NodeType::Get() != NodeType::kOther) {
+        return;
+    }
+    list.insert(list.end(), std::make_move_iterator(last.begin()),
+                std::make_move_iterator(last.end()));
+    Write(list);
+}
+
+bool LoftdbClient::Echo(const std::string& text, EchoCallback done) {
+    if (!client->IsConnected()) {
+        return false;
+    }
+    halden::zef::loftdb::EchoMsg echo;
+    echo.set_payload(text);
+    client->Echo(echo, [done = std::move(done)](bool ok, const halden::zef::loftdb::EchoMsg& answer) {
+        done(ok ? 0 : 1, ok ? answer.payload() : std::string("echo failed"));
+    });
+    return true;
+}
+
+void LoftdbClient::ReadObject(uint32_t objectType, const std::string& key, ReadCallback done) {
+    halden::zef::loftdb::ObjectRequestMsg request;
+    request.set_object_type(objectType);
+    request.add_id(key);
+    client->Read(request, std::move(done), vdbId);
+}
+
 }  // namespace CfgAgent

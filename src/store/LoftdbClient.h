@@ -53,11 +53,17 @@ public:
     void Stop();
 
     void Write(const std::vector<halden::zef::loftdb::ModifyRequestMsg>& list) override;
+    void WriteRuntimeState(bool isFullSync, RuntimeKind kind,
+                           std::vector<halden::zef::loftdb::ModifyRequestMsg> list,
+                           std::vector<halden::zef::loftdb::ModifyRequestMsg> last) override;
     void RegisterCradleVifMonitor() override;
+    bool Echo(const std::string& text, EchoCallback done) override;
+    void ReadObject(uint32_t objectType, const std::string& key, ReadCallback done) override;
+    uint32_t VdbId() const override { return vdbId; }
     // The answer to a store barrier: vertical 1 firewall, 3 routing, 10 IDS.
     void WriteProcessedBarrier(uint32_t verticalId, uint64_t barrierNum);
 
-    uint64_t LastBarrierTime() const { return lastBarrierTime.load(); }
+    uint64_t LastBarrierTime() const override { return lastBarrierTime.load(); }
     std::shared_ptr<zef::upm::UPMService> UpmService() const { return upmService; }
     // Each statement registered, in order.
     std::vector<halden::zef::loftdb::MonitorStatementMsg> Statements() const;

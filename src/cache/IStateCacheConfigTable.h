@@ -41,6 +41,8 @@ public:
     virtual std::vector<ConfigEntry> DesiredRows(size_t limit) = 0;
     virtual std::vector<ConfigEntry> RuntimeRows() = 0;
     virtual size_t DesiredCount() = 0;
+    // The store's first full load has reached the table.
+    virtual bool FullLoadDone() = 0;
     // The byte accounts, logged as they are read.
     virtual size_t DesiredSize() = 0;
     virtual size_t RuntimeSize() = 0;

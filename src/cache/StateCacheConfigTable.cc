@@ -334,6 +334,11 @@ size_t StateCacheConfigTable::DesiredCount() {
     return _desired.rows.Count();
 }
 
+bool StateCacheConfigTable::FullLoadDone() {
+    Lock guard(agentLock());
+    return _desired.version != 0;
+}
+
 size_t StateCacheConfigTable::DesiredSize() {
     Lock guard(agentLock());
     const size_t bytes = _desired.rows.Bytes();

@@ -35,6 +35,7 @@ public:
     std::vector<ConfigEntry> DesiredRows(size_t limit) override;
     std::vector<ConfigEntry> RuntimeRows() override;
     size_t DesiredCount() override;
+    bool FullLoadDone() override;
     size_t DesiredSize() override;
     size_t RuntimeSize() override;
 

@@ -12,9 +12,13 @@
 #include "cli/CacheDump.h"
 #include "cli/CliJson.h"
 #include "cli/LogLevelCommands.h"
+#include "frame/AgentLock.h"
 #include "frame/HostPaths.h"
 #include "frame/log/Logger.h"
 #include "frame/vocabulary/ObjectType.h"
+#include "port/ConfigApp.h"
+#include "port/DVSPropConvertor.h"
+#include "port/PortEntry.h"
 
 extern "C" {
 #include "jsonrpc.h"
@@ -82,6 +86,8 @@ std::vector<Command> CommandTable() {
         {"cfgagent/config/profile", nullptr, 0, 0, OfType(PROFILE)},
         {"cfgagent/config/grelation", nullptr, 0, 0, OfType(ENTITY_GROUP_RELATION)},
         {"cfgagent/config/container", nullptr, 0, 0, OfType(CONTAINER)},
+        {"cfgagent/config/uplink", nullptr, 0, 0, Text(&CliServer::Uplinks)},
+        {"cfgagent/config/lsportlist", nullptr, 0, 0, Text(&CliServer::LsPortList)},
         {"cfgagent/smartnic/demuxbyid", nullptr, 2, 2, EmptyArray()},
         {"cfgagent/smartnic/demuxbytype", nullptr, 1, 1, EmptyArray()},
     };
@@ -117,7 +123,8 @@ std::vector<Command> CommandTable() {
 
 }  // namespace
 
-CliServer::CliServer(zef::RefPtr<StateCache> stateCache) : _stateCache(std::move(stateCache)) {}
+CliServer::CliServer(zef::RefPtr<StateCache> stateCache, zef::RefPtr<ConfigApp> configApp)
+    : _stateCache(std::move(stateCache)), _configApp(std::move(configApp)) {}
 
 CliServer::~CliServer() { Stop(); }
 
@@ -240,6 +247,41 @@ std::string CliServer::CacheSize() {
     for (const auto& [name, size] : sizes) {
         CliJson row = CliJson::Object();
         row.Put("TableName", std::string(name)).Put("Size", static_cast<long long>(size));
+        array.Add(std::move(row));
+    }
+    return array.Text();
+}
+
+std::string CliServer::Uplinks() {
+    CliJson array = CliJson::Array();
+    if (!_configApp) {
+        return array.Text();
+    }
+    std::lock_guard<std::recursive_mutex> guard(agentLock());
+    for (const UplinkInfo& uplink : _configApp->Convertor()->Uplinks()) {
+        CliJson row = CliJson::Object();
+        row.Put("PortID", uplink.portId)
+            .Put("HostSwitchID", uplink.switchId)
+            .Put("ClientName", uplink.name)
+            .Put("Alias", uplink.alias);
+        array.Add(std::move(row));
+    }
+    return array.Text();
+}
+
+std::string CliServer::LsPortList() {
+    CliJson array = CliJson::Array();
+    if (!_configApp) {
+        return array.Text();
+    }
+    std::lock_guard<std::recursive_mutex> guard(agentLock());
+    for (const PortEntry& port : _configApp->Convertor()->Ports()) {
+        CliJson row = CliJson::Object();
+        row.Put("PortID", port.portId)
+            .Put("LogicalSwitchID", port.lsId)
+            .Put("LogicalSwitchPortID", port.lspId)
+            .Put("HostSwitchID", port.switchId)
+            .Put("OutOfSync", std::string(port.outOfSync ? "true" : "false"));
         array.Add(std::move(row));
     }
     return array.Text();

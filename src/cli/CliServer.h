@@ -5,6 +5,7 @@
 #include <thread>
 
 #include "cache/StateCache.h"
+#include "port/ConfigApp.h"
 #include "zef/IRefCountable.h"
 #include "zef/RefCounted.h"
 #include "zef/RefPtr.h"
@@ -22,7 +23,8 @@ public:
     static constexpr const char* kSocketPath = "/var/run/halden/zef-cfgagent/cfgagent-cli";
     static constexpr size_t kMaxDumpRows = 60000;
 
-    explicit CliServer(zef::RefPtr<StateCache> stateCache);
+    // `configApp` may be empty: the agent runs without the port session.
+    CliServer(zef::RefPtr<StateCache> stateCache, zef::RefPtr<ConfigApp> configApp);
     ~CliServer();
 
     // False when the socket cannot be made; the agent runs on without it.
@@ -36,6 +38,8 @@ public:
     std::string ConfigOfType(uint32_t objectType);
     std::string CacheTable();
     std::string CacheSize();
+    std::string Uplinks();
+    std::string LsPortList();
 
     static std::string SocketPath();
 
@@ -44,6 +48,7 @@ private:
     void Loop();
 
     zef::RefPtr<StateCache> _stateCache;
+    zef::RefPtr<ConfigApp> _configApp;
     unixctl_server* _server = nullptr;
     std::atomic<bool> _running{false};
     std::thread _thread;

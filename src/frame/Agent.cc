@@ -25,6 +25,7 @@
 #include "frame/WorkGroup.h"
 #include "frame/log/Logger.h"
 #include "frame/log/zef/Logger.h"
+#include "port/ConfigApp.h"
 #include "product.pb.h"
 #include "sha.pb.h"
 #include "store/LoftdbClient.h"
@@ -207,23 +208,39 @@ int Agent::Run() {
     auto dispatcher = zef::MakeRef<MsgDispatcher>(updateQueue);
     dispatcher->Register(CONFIGCACHE, zef::RefPtr<Component>(stateCache->ConfigTable()));
 
-    // Entries are validated here even before their applications exist in
-    // this build: a malformed list ends the start either way.
+    // A malformed list ends the start, whichever applications this build has.
     const boost::property_tree::ptree apps = AgentConfig::Tree().get_child("config.cfgAgent.apps");
     const std::vector<AppEntry> entries = AppEntry::ReadAll(apps);
+    zef::RefPtr<ConfigApp> configApp;
+    for (const AppEntry& entry : entries) {
+        if (entry.enabled && entry.name == "config" && !configApp) {
+            configApp = zef::MakeRef<ConfigApp>(stateCache->ConfigTable(), dispatcher, *loftdbClient);
+            configApp->Init(entry.config);
+            CFG_LOG(LL_INFO, "Config application starts");
+        }
+    }
 
-    auto cli = zef::MakeRef<CliServer>(stateCache);
+    zef::RefPtr<CliServer> cli;
     StopOnExit road([&] {
         loftdbClient->Stop();
         upmService->Stop();
-        cli->Stop();
+        if (configApp) {
+            configApp->Stop();
+        }
+        if (cli) {
+            cli->Stop();
+        }
         dispatcher->Stop();
     });
 
     CFG_LOG(LL_INFO, "Loftdb client starts");
     loftdbClient->Start();
+    if (configApp) {
+        configApp->Start();
+    }
     upmService->Start();
     CFG_LOG(LL_INFO, "Starting running CLI Server");
+    cli = zef::MakeRef<CliServer>(stateCache, configApp);
     cli->Start();
     // Last of the road: no component sees an update before all stand.
     dispatcher->Start();

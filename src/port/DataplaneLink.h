@@ -1,7 +1,9 @@
 #pragma once
 
 #include <functional>
+#include <cstdint>
 #include <mutex>
+#include <span>
 
 #include "frame/RefCounter.h"
 
@@ -37,6 +39,8 @@ public:
     // Takes ownership of `message`, a block from malloc. `length` is not used:
     // the length on the wire is the one in the message.
     virtual bool send(unsigned char* message, int length) = 0;
+    // Sends a copy of `message` in a block of its own.
+    bool sendCopy(std::span<const uint8_t> message);
     // Ends the loops and the timer for good and waits for them; the owner's
     // last call before it releases the link. Not from a callback of the link.
     virtual void stop() = 0;

@@ -60,7 +60,7 @@ protected:
 };
 
 TEST_F(CliServerTest, DesiredDumpStopsAtItsCap) {
-    CliServer server(cache);
+    CliServer server(cache, nullptr);
     Fill(CliServer::kMaxDumpRows);
     EXPECT_EQ(Rows(server.ConfigRemote()), CliServer::kMaxDumpRows);
     Fill(CliServer::kMaxDumpRows + 1);
@@ -71,12 +71,12 @@ TEST_F(CliServerTest, DesiredDumpStopsAtItsCap) {
 }
 
 TEST_F(CliServerTest, StartServesAndStopEndsTheBlockedLoop) {
-    auto server = zef::MakeRef<CliServer>(cache);
+    auto server = zef::MakeRef<CliServer>(cache, nullptr);
     ASSERT_TRUE(server->Start());
     EXPECT_TRUE(std::filesystem::exists(CliServer::SocketPath()));
     server->Stop();  // must return: the loop sits in its poll
     // A second server in the same process finds the commands registered already.
-    auto again = zef::MakeRef<CliServer>(cache);
+    auto again = zef::MakeRef<CliServer>(cache, nullptr);
     ASSERT_TRUE(again->Start());
     again->Stop();
 }
@@ -86,7 +86,7 @@ TEST_F(CliServerTest, AServerWithoutItsFolderRunsOnWithoutSocket) {
     // A file where the socket's folder should be makes the socket impossible.
     std::FILE* blocker = std::fopen((root + "/var/run/halden/zef-cfgagent").c_str(), "w");
     std::fclose(blocker);
-    CliServer server(cache);
+    CliServer server(cache, nullptr);
     EXPECT_FALSE(server.Start());
     server.Stop();
 }

@@ -1,0 +1,27 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+#include "port/KcpTypes.h"
+
+namespace CfgAgent {
+
+// The store keeps a MAC as a 48-bit number, the first byte highest.
+inline uint64_t MacToNumber(const KcpMac& mac) {
+    uint64_t number = 0;
+    for (uint8_t byte : mac) {
+        number = (number << 8) | byte;
+    }
+    return number;
+}
+
+inline KcpMac MacFromNumber(uint64_t number) {
+    KcpMac mac{};
+    for (size_t i = mac.size(); i-- > 0; number >>= 8) {
+        mac[i] = static_cast<uint8_t>(number);
+    }
+    return mac;
+}
+
+}  // namespace CfgAgent

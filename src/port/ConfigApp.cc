@@ -74,7 +74,7 @@ ConfigApp::ConfigApp(zef::RefPtr<StateCacheConfigTable> configTable,
     : _configTable(std::move(configTable)),
       _dispatcher(std::move(dispatcher)),
       _loftdbClient(loftdbClient),
-      _dvsPropConvertor(zef::MakeRef<DVSPropConvertor>(*_configTable)),
+      _dvsPropConvertor(zef::MakeRef<DVSPropConvertor>(*_configTable, *this)),
       _ipDiscovery(zef::MakeRef<IpDiscovery>(*_configTable, loftdbClient, *this)),
       _sessionId(SessionIdSeed(MicrosNow())) {}
 

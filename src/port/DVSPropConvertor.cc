@@ -14,8 +14,10 @@
 #include "frame/vocabulary/UuidText.h"
 #include "loftdb_switching.pb.h"
 #include "loftdb_system.pb.h"
+#include "port/KCPMsgConvertor.h"
 #include "port/KcpTypes.h"
 #include "port/PortList.h"
+#include "port/PortPropertyValues.h"
 
 namespace CfgAgent {
 
@@ -51,32 +53,479 @@ std::string SerializedUuid(const std::string& text) {
     return UuidFromString(text, uuid) ? uuid.SerializeAsString() : std::string();
 }
 
+template <typename Message>
+bool Stored(IStateCacheConfigTable& table, uint32_t objectType, uint32_t propertyType,
+            const std::string& serializedId, Message& message) {
+    std::string value;
+    return !serializedId.empty() &&
+           table.GetObjectProperty(objectType, propertyType, serializedId, value) &&
+           message.ParseFromString(value);
+}
+
+bool StoredSwitch(IStateCacheConfigTable& table, uint32_t propertyType, const std::string& lsText,
+                  halden::zef::loftdb::LogSwitchConfigMsg& message) {
+    return Stored(table, LOG_SWITCH_CONFIG, propertyType, SerializedUuid(lsText), message);
+}
+
+bool StoredPort(IStateCacheConfigTable& table, uint32_t propertyType, const std::string& lspText,
+                halden::zef::loftdb::LogSwitchPortConfigMsg& message) {
+    return Stored(table, LOG_SWITCH_PORT_CONFIG, propertyType, SerializedUuid(lspText), message);
+}
+
+bool IsSpfPort(const PortEntry& port) {
+    return StartsWith(port.portId, "spfPort");
+}
+
+// The properties a port reads from its logical port, in the order they are built.
+constexpr uint32_t kPortBuildOrder[] = {
+    LSP_SWITCH_ID,      LSP_IP_DISCOVERY,    LSP_SWITCH_SECURITY,   LSP_QOS,
+    LSP_ADMIN_STATE_UP, LSP_MAC_MANAGEMENT,  LSP_ATTACHMENT,        LSP_EXTRA_CONFIGS,
+    LSP_IGNORE_BINDINGS, LSP_REALTIME_PROFINET, LSP_REALTIME_LATENCY, LSP_REALTIME_PRP,
+};
+
+// A switch's properties that a port carries, in the order they are built.
+constexpr uint32_t kSwitchBuildOrder[] = {
+    LS_VNI, LS_REPLICATION_MODE, LS_VLAN, LS_VLAN_TRUNK, LS_UPLINK_TEAMING_POLICY,
+};
+
 }  // namespace
 
-DVSPropConvertor::DVSPropConvertor(IStateCacheConfigTable& configTable)
-    : _configTable(configTable), _portList(std::make_unique<PortList>()) {}
+DVSPropConvertor::DVSPropConvertor(IStateCacheConfigTable& configTable, IConfigApp& configApp)
+    : _configTable(configTable),
+      _kcpMsgConvertor(zef::MakeRef<KCPMsgConvertor>(configApp)),
+      _portList(std::make_unique<PortList>()) {
+    InitHandlerMap();
+}
 
 DVSPropConvertor::~DVSPropConvertor() = default;
 
-void DVSPropConvertor::Start() {}
+void DVSPropConvertor::InitHandlerMap() {
+    for (uint32_t type : {LS_VNI, LS_REPLICATION_MODE, LS_VLAN, LS_ADMIN_STATE_UP, LS_VLAN_TRUNK,
+                          LS_UPLINK_TEAMING_POLICY}) {
+        _cfgUpdateHandlerMap[type] = &DVSPropConvertor::HandleLogicalSwitchUpdate;
+    }
+    _cfgUpdateHandlerMap[LSP_SWITCH_ID] = &DVSPropConvertor::HandleLogicalPortSwitchId;
+    _cfgUpdateHandlerMap[LSP_ATTACHMENT] = &DVSPropConvertor::HandleLogicalPortAttachment;
+    _cfgUpdateHandlerMap[LSP_ADMIN_STATE_UP] = &DVSPropConvertor::HandleLogicalPortAdminState;
+    _cfgUpdateHandlerMap[LSP_MAC_MANAGEMENT] = &DVSPropConvertor::HandleMacManagement;
+}
+
+void DVSPropConvertor::Start() {
+    Lock guard(agentLock());
+    _kcpMsgConvertor->SendGlobalProperties(
+        KCP_OP_UPDATE, {{"", PortPropertyValues::Text(PortPropertyValues::HDS_CCP_STATE, "down")}});
+    _resyncTimer = std::make_shared<Timer>(IoContexts::Timer(), &DVSPropConvertor::OnResyncTimer,
+                                           nullptr, this);
+    _resyncTimer->Start(kResyncMicros);
+}
 
 void DVSPropConvertor::Stop() {
     CFG_LOG(LL_INFO, "DVSPropConvertor stop");
     Lock guard(agentLock());
-    if (_hotmoveSyncTimer) {
-        _hotmoveSyncTimer->Close();
-        _hotmoveSyncTimer.reset();
+    for (std::shared_ptr<Timer>* timer : {&_hotmoveSyncTimer, &_resyncTimer}) {
+        if (*timer) {
+            (*timer)->Close();
+            timer->reset();
+        }
     }
 }
 
-// Desired state reaches the kernel through the property handlers, which
-// come with the port property conversion; until then the table keeps it.
-void DVSPropConvertor::ProcessConfigPropertyUpdate(uint32_t, const std::string&, uint32_t, uint32_t,
-                                                   const std::string&) {}
+bool DVSPropConvertor::Send(const DPUpdate& update) {
+    return !update.Empty() && _kcpMsgConvertor->SendPropertyUpdate(update);
+}
+
+// ---- Desired state ----
+
+void DVSPropConvertor::ProcessConfigPropertyUpdate(uint32_t objectType, const std::string& id,
+                                                   uint32_t operation, uint32_t propertyType,
+                                                   const std::string& value) {
+    if (objectType == LOG_SWITCH_PORT_CONFIG && PortsOfLogicalPort(id).empty()) {
+        if (operation == OP_DELETE) {
+            CFG_LOG(LL_INFO, "Port [%1] has been removed during VIF disconnecting",
+                    UuidBytesToString(id));
+        }
+        return;
+    }
+    auto handler = _cfgUpdateHandlerMap.find(propertyType);
+    if (handler == _cfgUpdateHandlerMap.end()) {
+        CFG_LOG(LL_DEBUG, "DvsPropConvertor received unknown update message property type: %1",
+                propertyType);
+        return;
+    }
+    DPUpdate update;
+    update.operation = KCP_OP_UPDATE;
+    if ((this->*handler->second)(id, operation, propertyType, value, update) && Send(update)) {
+        CFG_LOG(LL_DEBUG, "DvsPropConvertor sent msg to data plane");
+    }
+}
+
+// A whole object coming or going changes no port: its properties say what counts.
 void DVSPropConvertor::ProcessConfigEntityUpdate(uint32_t, const std::string&, uint32_t) {}
-void DVSPropConvertor::SendPortUnblockUpdate(const std::vector<std::string>&,
-                                             const std::vector<std::string>&) {}
-void DVSPropConvertor::FullSync(bool) {}
+
+std::vector<PortEntry> DVSPropConvertor::PortsOfLogicalPort(const std::string& id) const {
+    return _portList->OfLogicalPort(UuidBytesToString(id));
+}
+
+bool DVSPropConvertor::HandleLogicalSwitchUpdate(const std::string& id, uint32_t operation,
+                                                 uint32_t propertyType, const std::string& value,
+                                                 DPUpdate& update) {
+    const std::string lsText = UuidBytesToString(id);
+    bool added = false;
+    for (const PortEntry& port : _portList->OfSwitch(lsText)) {
+        added |= AddSwitchProperty(port, lsText, operation, propertyType, value, update);
+    }
+    return added;
+}
+
+bool DVSPropConvertor::AddSwitchProperty(const PortEntry& port, const std::string& lsText,
+                                         uint32_t operation, uint32_t propertyType,
+                                         const std::string& value, DPUpdate& update) {
+    using Values = PortPropertyValues;
+    halden::zef::loftdb::LogSwitchConfigMsg config;
+    const bool isDelete = operation == OP_DELETE;
+    if (!isDelete && !config.ParseFromString(value)) {
+        return false;
+    }
+    if (isDelete && (propertyType == LS_VNI || propertyType == LS_VLAN ||
+                     propertyType == LS_VLAN_TRUNK)) {
+        update.Add(port.vifId, propertyType == LS_VNI ? Values::Removal(Values::KEY_VNI)
+                                                      : Values::ClearedVlan());
+        if (!SwitchHasVniOrVlan(lsText)) {
+            CFG_LOG(LL_INFO, "Remove vlan or vni, block port [%1]", port.vifId);
+            update.Add(port.vifId, Values::Block(true));
+        }
+        return true;
+    }
+    switch (propertyType) {
+        case LS_VNI:
+            CFG_LOG(LL_INFO, "Update vni %1", config.vni());
+            update.Add(port.vifId, Values::Number32(Values::KEY_VNI, config.vni()));
+            return true;
+        case LS_REPLICATION_MODE:
+            CFG_LOG(LL_INFO, "Update replication_mod %1", config.replication_mode());
+            update.Add(port.vifId, Values::Replication(config.replication_mode()));
+            return true;
+        case LS_VLAN:
+            CFG_LOG(LL_INFO, "Update vlanId on async switch %1", config.vlan());
+            update.Add(port.vifId, Values::Vlan(static_cast<uint16_t>(config.vlan())));
+            return true;
+        case LS_VLAN_TRUNK:
+            if (config.vlan_trunk().ranges_size() == 0) {
+                CFG_LOG(LL_INFO, "empty trunk vlan is received");
+            }
+            for (const auto& range : config.vlan_trunk().ranges()) {
+                CFG_LOG(LL_INFO, "Update trunk vlan on async switch start %1, end %2", range.start(),
+                        range.end());
+            }
+            update.Add(port.vifId, Values::Trunk(config.vlan_trunk()));
+            return true;
+        case LS_UPLINK_TEAMING_POLICY:
+            if (!config.uplink_teaming_policy().has_name()) {
+                return false;
+            }
+            update.Add(port.vifId, Values::Text(Values::KEY_TEAMING, config.uplink_teaming_policy().name()));
+            return true;
+        case LS_ADMIN_STATE_UP:
+            if (isDelete) {
+                CFG_LOG(LL_INFO, "Ignore logical switch admin state DELETE operation");
+                return false;
+            }
+            CFG_LOG(LL_INFO, "Get logical switch admin state %1 message for port [%2]",
+                    config.admin_state_up(), port.vifId);
+            if (config.admin_state_up()) {
+                return false;
+            }
+            CFG_LOG(LL_INFO, "LS admin state down, block port [%1]", port.vifId);
+            update.Add(port.vifId, Values::Block(true));
+            return true;
+        default:
+            return false;
+    }
+}
+
+bool DVSPropConvertor::SwitchHasVniOrVlan(const std::string& lsText) {
+    halden::zef::loftdb::LogSwitchConfigMsg config;
+    for (uint32_t property : {LS_VNI, LS_VLAN, LS_VLAN_TRUNK}) {
+        if (StoredSwitch(_configTable, property, lsText, config)) {
+            return true;
+        }
+    }
+    return false;
+}
+
+bool DVSPropConvertor::HandleLogicalPortSwitchId(const std::string& id, uint32_t operation,
+                                                 uint32_t, const std::string& value,
+                                                 DPUpdate& update) {
+    halden::zef::loftdb::LogSwitchPortConfigMsg config;
+    std::string lsText;
+    if (operation != OP_DELETE && config.ParseFromString(value) && config.has_switch_id()) {
+        lsText = UuidToString(config.switch_id());
+    }
+    bool added = false;
+    for (PortEntry port : PortsOfLogicalPort(id)) {
+        _portList->Modify(port.vifId, [&](PortEntry& entry) { entry.lsId = lsText; });
+        port.lsId = lsText;
+        for (uint32_t property : kSwitchBuildOrder) {
+            halden::zef::loftdb::LogSwitchConfigMsg stored;
+            std::string switchValue;
+            if (!lsText.empty() && _configTable.GetObjectProperty(LOG_SWITCH_CONFIG, property,
+                                                                  SerializedUuid(lsText), switchValue)) {
+                added |= AddSwitchProperty(port, lsText, OP_UPDATE, property, switchValue, update);
+            }
+        }
+        BuildBlockUpdate(port, update);
+        added = true;
+    }
+    return added;
+}
+
+bool DVSPropConvertor::HandleLogicalPortAdminState(const std::string& id, uint32_t operation,
+                                                   uint32_t, const std::string& value,
+                                                   DPUpdate& update) {
+    if (operation == OP_DELETE) {
+        CFG_LOG(LL_INFO, "Ignore logical port admin state DELETE operation");
+        return false;
+    }
+    halden::zef::loftdb::LogSwitchPortConfigMsg config;
+    if (!config.ParseFromString(value)) {
+        return false;
+    }
+    bool added = false;
+    for (const PortEntry& port : PortsOfLogicalPort(id)) {
+        CFG_LOG(LL_INFO, "Get logical port [%1] admin state %2 message", port.lspId,
+                config.admin_state_up());
+        if (!config.admin_state_up()) {
+            CFG_LOG(LL_INFO, "LSP admin down, block port [%1]", port.vifId);
+            update.Add(port.vifId, PortPropertyValues::Block(true));
+            added = true;
+        }
+    }
+    return added;
+}
+
+bool DVSPropConvertor::HandleLogicalPortAttachment(const std::string&, uint32_t operation, uint32_t,
+                                                   const std::string& value, DPUpdate&) {
+    halden::zef::loftdb::LogSwitchPortConfigMsg config;
+    if (operation == OP_DELETE || !config.ParseFromString(value)) {
+        return false;
+    }
+    if (config.attachment().has_vif()) {
+        CFG_LOG(LL_INFO, "Get logical switch port attachment update message");
+    } else {
+        CFG_LOG(LL_INFO, "No vif attachment, ignore other update");
+    }
+    return false;
+}
+
+bool DVSPropConvertor::HandleMacManagement(const std::string& id, uint32_t operation,
+                                           uint32_t propertyType, const std::string& value,
+                                           DPUpdate& update) {
+    const std::vector<PortEntry> ports = PortsOfLogicalPort(id);
+    if (operation == OP_DELETE) {
+        for (const PortEntry& port : ports) {
+            update.Add(port.vifId, PortPropertyValues::Removal(PortPropertyValues::KEY_MAC_MANAGEMENT));
+        }
+        return !ports.empty();
+    }
+    halden::zef::loftdb::LogSwitchPortConfigMsg config;
+    if (operation != OP_UPDATE) {
+        CFG_LOG(LL_ERROR, "Unsupported operation input");
+        return false;
+    }
+    if (!config.ParseFromString(value) || !config.has_mac_management()) {
+        CFG_LOG(LL_ERROR, "Invalid MAC mgmt config [%1]: op = %2 propType = %3",
+                UuidBytesToString(id), operation, propertyType);
+        return false;
+    }
+    const auto& learning = config.mac_management().mac_learning();
+    if (!learning.has_limit()) {
+        CFG_LOG(LL_INFO, "Setting default MAC limit[%1] and MAC limit policy[%2] values",
+                PortPropertyValues::kMaxMacLimit, 0);
+    }
+    DPProperty property;
+    std::string problem;
+    if (!PortPropertyValues::MacManagement(config.mac_management(), property, problem)) {
+        if (problem == "limit") {
+            CFG_LOG(LL_ERROR, "Invalid MAC Limit value [%1]. Max value is [%2]", learning.limit(),
+                    PortPropertyValues::kMaxMacLimit);
+        } else {
+            CFG_LOG(LL_ERROR, "Unsupported MAC Limit Policy [%1]", learning.limit_policy());
+        }
+        return false;
+    }
+    for (const PortEntry& port : ports) {
+        update.Add(port.vifId, property);
+    }
+    return !ports.empty();
+}
+
+// ---- Blocking ----
+
+void DVSPropConvertor::BuildBlockUpdate(const PortEntry& port, DPUpdate& update) {
+    halden::zef::loftdb::LogSwitchPortConfigMsg portConfig;
+    halden::zef::loftdb::LogSwitchConfigMsg switchConfig;
+    if (port.type == KCP_VIF_DVPGPORT) {
+        const bool secured = StoredPort(_configTable, LSP_SWITCH_SECURITY, port.lspId, portConfig);
+        if (!secured) {
+            CFG_LOG(LL_INFO, "No security is configured, will unblock port %1 after security is set",
+                    port.vifId);
+        }
+        update.Add(port.vifId, PortPropertyValues::Block(!secured));
+        return;
+    }
+    bool unblock = true;
+    if (!IsSpfPort(port)) {
+        if (!StoredPort(_configTable, LSP_ADMIN_STATE_UP, port.lspId, portConfig)) {
+            CFG_LOG(LL_INFO, "Will unblock port %1 after port admin state update", port.vifId);
+            unblock = false;
+        } else if (!portConfig.admin_state_up()) {
+            CFG_LOG(LL_INFO, "Will unblock port %1 after port admin state update UP", port.vifId);
+            unblock = false;
+        }
+    }
+    if (unblock && !StoredSwitch(_configTable, LS_ADMIN_STATE_UP, port.lsId, switchConfig)) {
+        CFG_LOG(LL_INFO, "Will unblock port after LS %1 admin state update", port.lsId);
+        unblock = false;
+    } else if (unblock && !switchConfig.admin_state_up()) {
+        CFG_LOG(LL_INFO, "Will unblock port after LS %1 admin state update UP", port.lsId);
+        unblock = false;
+    }
+    if (unblock && !SwitchHasVniOrVlan(port.lsId)) {
+        CFG_LOG(LL_INFO, "Will unblock port after LS %1 VNI/VLAN update", port.lsId);
+        unblock = false;
+    }
+    if (!StoredSwitch(_configTable, LS_TYPE, port.lsId, switchConfig)) {
+        CFG_LOG(LL_DEBUG, "No LS type is configured for %1", port.lsId);
+    } else if (switchConfig.type() == 3) {
+        CFG_LOG(LL_INFO, "LSP %1 belongs to Service Plane", port.lspId);
+        update.Add(port.vifId, PortPropertyValues::Number32(PortPropertyValues::KEY_QOS_MODE, 0));
+    }
+    if (unblock) {
+        CFG_LOG(LL_INFO, "Build UNBLOCK update for port %1", port.vifId);
+    } else {
+        CFG_LOG(LL_INFO, "Build BLOCK update for port %1", port.vifId);
+    }
+    update.Add(port.vifId, PortPropertyValues::Block(!unblock));
+}
+
+void DVSPropConvertor::SendPortUnblockUpdate(const std::vector<std::string>& ports,
+                                             const std::vector<std::string>& switches) {
+    DPUpdate update;
+    update.operation = KCP_OP_UPDATE;
+    for (const std::string& id : ports) {
+        for (const PortEntry& port : PortsOfLogicalPort(id)) {
+            BuildBlockUpdate(port, update);
+        }
+    }
+    for (const std::string& id : switches) {
+        for (const PortEntry& port : _portList->OfSwitch(UuidBytesToString(id))) {
+            BuildBlockUpdate(port, update);
+        }
+    }
+    if (Send(update)) {
+        CFG_LOG(LL_INFO, "DvsPropConvertor sent UNBLOCK msg to data plane");
+    }
+}
+
+// ---- Whole ports ----
+
+bool DVSPropConvertor::BuildPortProperties(const PortEntry& port, DPUpdate& update) {
+    if (port.type == KCP_VIF_CRXPORT) {
+        CFG_LOG(LL_INFO, "BuildDvfilterPropUpdate, port [%1]", port.vifId);
+        update.Add(port.vifId, PortPropertyValues::Text(PortPropertyValues::KEY_DVFILTER,
+                                                        "1:halden-sfw:failClosed"));
+        update.operation = KCP_OP_UPDATE;
+    }
+    if (port.lspId.empty()) {
+        CFG_LOG(LL_DEBUG, "The port %1 fails to get the LSP UUID", port.vifId);
+        return !update.Empty();
+    }
+    const std::string lspId = SerializedUuid(port.lspId);
+    for (uint32_t property : kPortBuildOrder) {
+        std::string value;
+        auto handler = _cfgUpdateHandlerMap.find(property);
+        if (handler != _cfgUpdateHandlerMap.end() &&
+            _configTable.GetObjectProperty(LOG_SWITCH_PORT_CONFIG, property, lspId, value)) {
+            (this->*handler->second)(lspId, OP_UPDATE, property, value, update);
+        }
+    }
+    const PortEntry* current = _portList->FindByVif(port.vifId);
+    BuildBlockUpdate(current != nullptr ? *current : port, update);
+    return !update.Empty();
+}
+
+void DVSPropConvertor::FullSync(bool) {
+    Lock guard(agentLock());
+    std::vector<std::string> ports;
+    _portList->ForEach([&](const PortEntry& port) {
+        if (IsValidDVPortID(port.portId) && port.lspId.empty()) {
+            CFG_LOG(LL_INFO, "Skip DVPort %1 when doing config full sync", port.portId);
+            return;
+        }
+        ports.push_back(port.vifId);
+    });
+    std::vector<std::string> taknics;
+    for (const auto& [name, outOfSync] : _taknicList) {
+        taknics.push_back(name);
+    }
+    if (_kcpMsgConvertor->SendLists({}, ports, taknics)) {
+        CFG_LOG(LL_INFO, "Send portList fullSync message");
+    } else {
+        CFG_LOG(LL_ERROR, "Failed to build portList fullSync msg");
+    }
+    OnResyncProperty(true);
+    for (const std::string& vifId : _portList->VifIds()) {
+        _portList->Modify(vifId, [](PortEntry& entry) { entry.outOfSync = false; });
+    }
+    for (auto& [name, outOfSync] : _taknicList) {
+        outOfSync = false;
+    }
+}
+
+void DVSPropConvertor::OnResyncProperty(bool fullSync) {
+    Lock guard(agentLock());
+    if (fullSync) {
+        CFG_LOG(LL_INFO, "OnResyncProperty DVS global property");
+        _kcpMsgConvertor->SendGlobalProperties(
+            KCP_OP_FULL_SYNC,
+            {{"", PortPropertyValues::Text(PortPropertyValues::HDS_CCP_STATE,
+                                           CcpSessionUp() ? "up" : "down")}});
+    }
+    for (const PortEntry& port : Ports()) {
+        if (!fullSync && !port.outOfSync) {
+            continue;
+        }
+        halden::zef::loftdb::LogSwitchPortConfigMsg attachment;
+        if (!port.lspId.empty() && !StoredPort(_configTable, LSP_ATTACHMENT, port.lspId, attachment)) {
+            CFG_LOG(LL_INFO, "Failed to reSync port [%1] as it does not have VIF attachment property",
+                    port.vifId);
+            continue;
+        }
+        CFG_LOG(LL_INFO, "OnResyncProperty port reSync:[ %1]", port.vifId);
+        DPUpdate update;
+        update.operation = KCP_OP_FULL_SYNC;
+        if (!BuildPortProperties(port, update)) {
+            CFG_LOG(LL_INFO, "Failed to build portSync msg for port [%1]", port.vifId);
+            continue;
+        }
+        update.operation = KCP_OP_FULL_SYNC;
+        if (!_kcpMsgConvertor->SendPropertyUpdate(update)) {
+            CFG_LOG(LL_ERROR, "Failed to build dataplane port property update msg for port [%1]",
+                    port.vifId);
+            continue;
+        }
+        CFG_LOG(LL_INFO, "OnResyncProperty Enqueue port reSync");
+        _portList->Modify(port.vifId, [](PortEntry& entry) { entry.outOfSync = false; });
+    }
+}
+
+void DVSPropConvertor::OnResyncTimer() {
+    Lock guard(agentLock());
+    OnResyncProperty(false);
+    if (_resyncTimer) {
+        _resyncTimer->Start(kResyncMicros);
+    }
+}
 
 void DVSPropConvertor::ProcessVifInfoUpdate(const VifInfo& vif, uint32_t operation,
                                             bool dpFullSyncDone) {
@@ -105,6 +554,12 @@ void DVSPropConvertor::HandleVifConnection(const VifInfo& vif) {
     _portList->Insert(entry);
     CFG_LOG(LL_INFO, "Add port [%1] VIF [%2] to port list, type [%3], outofsync[%4]", entry.portId,
             entry.vifId, static_cast<uint32_t>(entry.type), entry.outOfSync);
+    DPUpdate update;
+    update.operation = KCP_OP_UPDATE;
+    if (BuildPortProperties(entry, update)) {
+        update.operation = KCP_OP_UPDATE;
+        Send(update);
+    }
 }
 
 bool DVSPropConvertor::IsValidPortId(const std::string& portId) const {
@@ -125,22 +580,12 @@ PortEntry DVSPropConvertor::CreatePortEntry(const VifInfo& vif) const {
     if (IsUuidText(vif.portId)) {
         entry.lspId = vif.portId;
     }
-    if (!entry.lspId.empty()) {
-        entry.lsId = SwitchOfLogicalPort(entry.lspId);
+    halden::zef::loftdb::LogSwitchPortConfigMsg port;
+    if (StoredPort(_configTable, LSP_SWITCH_ID, entry.lspId, port) && port.has_switch_id()) {
+        entry.lsId = UuidToString(port.switch_id());
     }
     entry.outOfSync = !StartsWith(vif.portId, "cr-") && !StartsWith(vif.vifId, kCradleTaknic);
     return entry;
-}
-
-std::string DVSPropConvertor::SwitchOfLogicalPort(const std::string& lspId) const {
-    std::string value;
-    halden::zef::loftdb::LogSwitchPortConfigMsg port;
-    if (!_configTable.GetObjectProperty(LOG_SWITCH_PORT_CONFIG, LSP_SWITCH_ID, SerializedUuid(lspId),
-                                        value) ||
-        !port.ParseFromString(value) || !port.has_switch_id()) {
-        return {};
-    }
-    return UuidToString(port.switch_id());
 }
 
 void DVSPropConvertor::HandleVifDisconnection(const std::string& vifId) {
@@ -149,21 +594,16 @@ void DVSPropConvertor::HandleVifDisconnection(const std::string& vifId) {
         CFG_LOG(LL_DEBUG, "Disconnect port [%1] not in the list, ignore the update", vifId);
         return;
     }
-    RemovePort(*entry);
+    _portList->Erase(vifId);
     if (_hotmovePortSyncQueue.erase(vifId) != 0) {
         CFG_LOG(LL_INFO, "Delete port %1 from hotMove sync queue", vifId);
     }
 }
 
-void DVSPropConvertor::RemovePort(const PortEntry& entry) {
-    const std::string vifId = entry.vifId;
-    _portList->Erase(vifId);
-}
-
 void DVSPropConvertor::OnVifReportComplete() {
     for (const std::string& vifId : _portList->VifIds()) {
         if (_fullSyncVifs.count(vifId) == 0) {
-            RemovePort(*_portList->FindByVif(vifId));
+            _portList->Erase(vifId);
         }
     }
     _fullSyncVifs.clear();
@@ -332,22 +772,25 @@ void DVSPropConvertor::ProcessCcpSession(const LoftDBUpdateList& list) {
         } else if (!record.propertyValue.empty() && session.ParseFromString(record.propertyValue)) {
             _ccpSessionConnected = session.status() == kCcpConnected;
         }
-        LogCcpChange(before);
+        ReportCcpChange(before);
     }
 }
 
 void DVSPropConvertor::OnDaemonHealthStateUpdate(uint32_t value, uint32_t source) {
     const bool before = CcpSessionUp();
     (source == HEALTH_LOFTDB ? _loftdbHealthy : _proxyHealthy) = value != 0;
-    LogCcpChange(before);
+    ReportCcpChange(before);
 }
 
-// The kernel learns of the change with the host switch properties.
-void DVSPropConvertor::LogCcpChange(bool before) const {
-    if (before != CcpSessionUp()) {
-        CFG_LOG(LL_INFO, "DVSPropConvertor::OnDaemonHealthStateUpdate: CCPSessionState changed to %1",
-                CcpSessionUp() ? "up" : "down");
+void DVSPropConvertor::ReportCcpChange(bool before) {
+    if (before == CcpSessionUp()) {
+        return;
     }
+    const char* state = CcpSessionUp() ? "up" : "down";
+    CFG_LOG(LL_INFO, "DVSPropConvertor::OnDaemonHealthStateUpdate: CCPSessionState changed to %1",
+            state);
+    _kcpMsgConvertor->SendGlobalProperties(
+        KCP_OP_UPDATE, {{"", PortPropertyValues::Text(PortPropertyValues::HDS_CCP_STATE, state)}});
 }
 
 bool DVSPropConvertor::PortOfVif(const std::string& vifId, std::string& portId,

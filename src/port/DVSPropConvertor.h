@@ -9,24 +9,31 @@
 
 #include "frame/AsyncTimer.h"
 #include "frame/vocabulary/LoftDBUpdateMsg.h"
+#include "port/DPUpdate.h"
 #include "port/IDVSPropConvertor.h"
 #include "zef/IRefCountable.h"
 #include "zef/RefCounted.h"
+#include "zef/RefPtr.h"
 
 namespace CfgAgent {
 
+class IConfigApp;
 class IStateCacheConfigTable;
+class KCPMsgConvertor;
 class PortList;
 struct PortEntry;
 
 // The agent's picture of the ports on the host and the conversion of their
-// desired state into kernel properties. Everything runs under agentLock.
+// desired state into kernel properties: a property goes to a port only once
+// its VIF is connected, and a port's whole set is pushed again whenever the
+// kernel may have lost it. Everything runs under agentLock.
 class DVSPropConvertor : public zef::RefCounted<DVSPropConvertor, zef::IRefCountable>,
                          public IDVSPropConvertor {
 public:
+    static constexpr uint64_t kResyncMicros = 10000000;
     static constexpr uint64_t kHotmoveSyncMicros = 10000000;
 
-    explicit DVSPropConvertor(IStateCacheConfigTable& configTable);
+    DVSPropConvertor(IStateCacheConfigTable& configTable, IConfigApp& configApp);
     ~DVSPropConvertor() override;
 
     void Start();
@@ -55,38 +62,71 @@ public:
     void ProcessOffloadedHostSwitches(const LoftDBUpdateList& list, bool isFullSync);
     void ProcessCcpSession(const LoftDBUpdateList& list);
 
-    // For the command socket, under agentLock.
+    // Pushes the properties of every port marked out of sync, or of all.
+    void OnResyncProperty(bool fullSync);
+    // Timer ticks.
+    void OnResyncTimer();
+    void OnHotmoveSyncTimer();
+
+    // For the command socket and tests, under agentLock.
     std::vector<PortEntry> Ports() const;
-    // The kernel's port and host switch of a connected VIF.
-    bool PortOfVif(const std::string& vifId, std::string& portId, std::string& switchId) const;
     std::vector<UplinkInfo> Uplinks() const;
     std::map<std::string, uint32_t> HotmoveQueue() const { return _hotmovePortSyncQueue; }
     bool CcpSessionUp() const;
+    // The kernel's port and host switch of a connected VIF.
+    bool PortOfVif(const std::string& vifId, std::string& portId, std::string& switchId) const;
 
-    // The hotmove sync timer's tick.
-    void OnHotmoveSyncTimer();
+    // The block decision for one port: key 101 "true" or "false".
+    void BuildBlockUpdate(const PortEntry& port, DPUpdate& update);
+    // Every property of one port; false when none could be built.
+    bool BuildPortProperties(const PortEntry& port, DPUpdate& update);
 
 private:
     using Timer = AsyncTimer<DVSPropConvertor>;
+    using Handler = bool (DVSPropConvertor::*)(const std::string& id, uint32_t operation,
+                                               uint32_t propertyType, const std::string& value,
+                                               DPUpdate& update);
 
+    void InitHandlerMap();
     void HandleVifConnection(const VifInfo& vif);
     void HandleVifDisconnection(const std::string& vifId);
-    void RemovePort(const PortEntry& entry);
     bool IsValidPortId(const std::string& portId) const;
     PortEntry CreatePortEntry(const VifInfo& vif) const;
-    std::string SwitchOfLogicalPort(const std::string& lspId) const;
     bool HasLogicalPort(const std::string& vifId) const;
     void AddUplink(const UplinkInfo& uplink, const char* format);
     void DeleteUplink(const std::string& name, const char* format);
     void StartHotmoveSyncTimer();
-    void LogCcpChange(bool before) const;
+    void ReportCcpChange(bool before);
+    bool Send(const DPUpdate& update);
+
+    // Handlers of stored properties.
+    bool HandleLogicalSwitchUpdate(const std::string& id, uint32_t operation, uint32_t propertyType,
+                                   const std::string& value, DPUpdate& update);
+    bool HandleLogicalPortSwitchId(const std::string& id, uint32_t operation, uint32_t propertyType,
+                                   const std::string& value, DPUpdate& update);
+    bool HandleLogicalPortAdminState(const std::string& id, uint32_t operation,
+                                     uint32_t propertyType, const std::string& value,
+                                     DPUpdate& update);
+    bool HandleLogicalPortAttachment(const std::string& id, uint32_t operation,
+                                     uint32_t propertyType, const std::string& value,
+                                     DPUpdate& update);
+    bool HandleMacManagement(const std::string& id, uint32_t operation, uint32_t propertyType,
+                             const std::string& value, DPUpdate& update);
+    // One switch property for one port; false when it adds nothing.
+    bool AddSwitchProperty(const PortEntry& port, const std::string& switchId, uint32_t operation,
+                           uint32_t propertyType, const std::string& value, DPUpdate& update);
+    bool SwitchHasVniOrVlan(const std::string& switchId);
+    std::vector<PortEntry> PortsOfLogicalPort(const std::string& id) const;
 
     IStateCacheConfigTable& _configTable;
+    zef::RefPtr<KCPMsgConvertor> _kcpMsgConvertor;
     std::unique_ptr<PortList> _portList;
     std::set<std::string> _fullSyncVifs;
     std::map<std::string, bool> _taknicList;  // name to outOfSync
+    std::map<uint32_t, Handler> _cfgUpdateHandlerMap;
     std::map<std::string, uint32_t> _hotmovePortSyncQueue;
     std::shared_ptr<Timer> _hotmoveSyncTimer;
+    std::shared_ptr<Timer> _resyncTimer;
     std::set<std::string> _offloadedHostSwitches;
     std::map<std::string, UplinkInfo> _uplinks;
     bool _ccpSessionConnected = false;

@@ -27,6 +27,11 @@ std::vector<PortEntry> PortList::OfSwitch(const std::string& lsId) const {
     return {first, last};
 }
 
+std::vector<PortEntry> PortList::OfLogicalPort(const std::string& lspId) const {
+    auto [first, last] = _entries.get<ByLogicalPort>().equal_range(lspId);
+    return {first, last};
+}
+
 bool PortList::Modify(const std::string& vifId, const std::function<void(PortEntry&)>& change) {
     auto& index = _entries.get<ByVif>();
     auto it = index.find(vifId);

@@ -1,0 +1,226 @@
+#include "port/DVSPropConvertor.h"
+
+#include <gtest/gtest.h>
+
+#include <map>
+#include <mutex>
+
+#include "cache/StateCacheConfigTable.h"
+#include "frame/AgentLock.h"
+#include "frame/log/LogLevel.h"
+#include "frame/vocabulary/ObjectType.h"
+#include "frame/vocabulary/PropertyType.h"
+#include "frame/vocabulary/UpdateOperation.h"
+#include "frame/vocabulary/UuidText.h"
+#include "loftdb_switching.pb.h"
+#include "port/IConfigApp.h"
+#include "port/KcpMessage.h"
+#include "port/KcpPropertyUpdateCodec.h"
+#include "port/KcpTypes.h"
+#include "port/PortEntry.h"
+
+namespace PortTest {
+namespace {
+
+using namespace CfgAgent;
+namespace lb = halden::zef::loftdb;
+
+constexpr const char* kSwitch = "11111111-0000-4000-8000-000000000001";
+constexpr const char* kPort = "22222222-0000-4000-8000-000000000002";
+
+std::string Id(const char* text) {
+    lb::UuidMsg uuid;
+    EXPECT_TRUE(UuidFromString(text, uuid));
+    return uuid.SerializeAsString();
+}
+
+// The port properties the kernel would hold after every message: op 1 sets
+// keys, op 3 replaces the record's set.
+class KernelPorts : public IConfigApp {
+public:
+    bool SendToDP(std::span<const uint8_t> message) override {
+        auto data = KcpMessage::FirstData(message);
+        KcpPropertyUpdate update;
+        if (!data || !KcpPropertyUpdateCodec::Decode(data->Type(), data->Value(), update) ||
+            data->Type() != KCP_PORT_PROPERTY_UPDATE) {
+            return true;
+        }
+        for (const KcpPropertyRecord& record : update.records) {
+            ++pushes[{record.id, update.operation}];
+            if (update.operation == KCP_OP_FULL_SYNC) {
+                ports[record.id].clear();
+            }
+            for (const KcpProperty& property : record.properties) {
+                ports[record.id][property.type] = property.value;
+            }
+        }
+        return true;
+    }
+    std::string Text(const std::string& vif, uint16_t key) {
+        const std::vector<uint8_t>& value = ports[vif][key];
+        return value.empty() ? std::string() : std::string(value.begin(), value.end() - 1);
+    }
+    std::map<std::string, std::map<uint16_t, std::vector<uint8_t>>> ports;
+    std::map<std::pair<std::string, uint8_t>, int> pushes;
+};
+
+class DVSPropConvertorTest : public ::testing::Test {
+protected:
+    void SetUp() override { _savedConsole = LogLevel::console.exchange(0); }
+    void TearDown() override { LogLevel::console.store(_savedConsole); }
+
+    void Store(uint32_t objectType, const char* id, uint32_t property, const std::string& value,
+               uint32_t operation = OP_UPDATE) {
+        _table->UpdateDesiredState(
+            {LoftDBUpdateMsg(objectType, Id(id), OP_UPDATE, 0, {}),
+             LoftDBUpdateMsg(objectType, Id(id), operation, property, value)},
+            false);
+    }
+    // What the port session does with a batch of the table.
+    void Change(uint32_t objectType, const char* id, uint32_t property, const std::string& value,
+                uint32_t operation = OP_UPDATE) {
+        std::lock_guard<std::recursive_mutex> guard(agentLock());
+        Store(objectType, id, property, value, operation);
+        _convertor->ProcessConfigPropertyUpdate(objectType, Id(id), operation, property, value);
+        if (objectType == LOG_SWITCH_CONFIG) {
+            _convertor->SendPortUnblockUpdate({}, {Id(id)});
+        } else {
+            _convertor->SendPortUnblockUpdate({Id(id)}, {});
+        }
+    }
+    static std::string SwitchValue(const std::function<void(lb::LogSwitchConfigMsg&)>& set) {
+        lb::LogSwitchConfigMsg config;
+        set(config);
+        return config.SerializeAsString();
+    }
+    static std::string PortValue(const std::function<void(lb::LogSwitchPortConfigMsg&)>& set) {
+        lb::LogSwitchPortConfigMsg config;
+        set(config);
+        return config.SerializeAsString();
+    }
+    void ConfigureUnblockedPort() {
+        Store(LOG_SWITCH_CONFIG, kSwitch, LS_VNI, SwitchValue([](auto& c) { c.set_vni(5001); }));
+        Store(LOG_SWITCH_CONFIG, kSwitch, LS_ADMIN_STATE_UP,
+              SwitchValue([](auto& c) { c.set_admin_state_up(true); }));
+        Store(LOG_SWITCH_PORT_CONFIG, kPort, LSP_SWITCH_ID,
+              PortValue([](auto& c) { EXPECT_TRUE(UuidFromString(kSwitch, *c.mutable_switch_id())); }));
+        Store(LOG_SWITCH_PORT_CONFIG, kPort, LSP_ADMIN_STATE_UP,
+              PortValue([](auto& c) { c.set_admin_state_up(true); }));
+        Store(LOG_SWITCH_PORT_CONFIG, kPort, LSP_ATTACHMENT,
+              PortValue([](auto& c) { c.mutable_attachment()->set_id("vif-1"); }));
+    }
+    void Connect(const std::string& vif = "vif-1", const std::string& port = kPort) {
+        std::lock_guard<std::recursive_mutex> guard(agentLock());
+        _convertor->ProcessVifInfoUpdate({vif, port, "hs-1", "", KCP_VIF_VNIC}, KCP_OP_UPDATE, true);
+    }
+
+    KernelPorts _kernel;
+    zef::RefPtr<StateCacheConfigTable> _table = zef::MakeRef<StateCacheConfigTable>();
+    zef::RefPtr<DVSPropConvertor> _convertor = zef::MakeRef<DVSPropConvertor>(*_table, _kernel);
+
+private:
+    int _savedConsole = 0;
+};
+
+TEST_F(DVSPropConvertorTest, APortGetsItsWholeSetOnConnectAndIsUnblockedWhenAllHolds) {
+    ConfigureUnblockedPort();
+    EXPECT_TRUE(_kernel.ports.empty()) << "nothing goes out before the VIF exists";
+    Connect();
+    ASSERT_EQ(_kernel.ports.count("vif-1"), 1u);
+    EXPECT_EQ(_kernel.ports["vif-1"][1], (std::vector<uint8_t>{0, 0, 0x13, 0x89}));
+    EXPECT_EQ(_kernel.Text("vif-1", 101), "false");
+    EXPECT_EQ((_kernel.pushes[{"vif-1", KCP_OP_UPDATE}]), 1);
+    std::lock_guard<std::recursive_mutex> guard(agentLock());
+    ASSERT_EQ(_convertor->Ports().size(), 1u);
+    EXPECT_EQ(_convertor->Ports()[0].lsId, kSwitch);
+    EXPECT_TRUE(_convertor->Ports()[0].outOfSync) << "a new port is pushed again by the next tick";
+}
+
+TEST_F(DVSPropConvertorTest, EachMissingConditionKeepsThePortBlocked) {
+    Store(LOG_SWITCH_PORT_CONFIG, kPort, LSP_SWITCH_ID,
+          PortValue([](auto& c) { EXPECT_TRUE(UuidFromString(kSwitch, *c.mutable_switch_id())); }));
+    Store(LOG_SWITCH_PORT_CONFIG, kPort, LSP_ADMIN_STATE_UP,
+          PortValue([](auto& c) { c.set_admin_state_up(true); }));
+    Connect();
+    EXPECT_EQ(_kernel.Text("vif-1", 101), "true") << "switch admin state missing";
+    Change(LOG_SWITCH_CONFIG, kSwitch, LS_ADMIN_STATE_UP,
+           SwitchValue([](auto& c) { c.set_admin_state_up(true); }));
+    EXPECT_EQ(_kernel.Text("vif-1", 101), "true") << "no VNI, VLAN or trunk";
+    Change(LOG_SWITCH_CONFIG, kSwitch, LS_VLAN, SwitchValue([](auto& c) { c.set_vlan(20); }));
+    EXPECT_EQ(_kernel.Text("vif-1", 101), "false");
+    EXPECT_EQ(_kernel.ports["vif-1"][102], (std::vector<uint8_t>{0, 0, 0, 20, 0, 0, 0, 0}));
+    Change(LOG_SWITCH_PORT_CONFIG, kPort, LSP_ADMIN_STATE_UP,
+           PortValue([](auto& c) { c.set_admin_state_up(false); }));
+    EXPECT_EQ(_kernel.Text("vif-1", 101), "true");
+    Change(LOG_SWITCH_PORT_CONFIG, kPort, LSP_ADMIN_STATE_UP,
+           PortValue([](auto& c) { c.set_admin_state_up(true); }));
+    EXPECT_EQ(_kernel.Text("vif-1", 101), "false");
+    Change(LOG_SWITCH_CONFIG, kSwitch, LS_ADMIN_STATE_UP,
+           SwitchValue([](auto& c) { c.set_admin_state_up(false); }));
+    EXPECT_EQ(_kernel.Text("vif-1", 101), "true");
+}
+
+TEST_F(DVSPropConvertorTest, OnlyRemovingTheLastOfVniVlanAndTrunkBlocks) {
+    ConfigureUnblockedPort();
+    Store(LOG_SWITCH_CONFIG, kSwitch, LS_VLAN_TRUNK, SwitchValue([](auto& c) {
+              auto* range = c.mutable_vlan_trunk()->add_ranges();
+              range->set_start(10);
+              range->set_end(19);
+          }));
+    Connect();
+    EXPECT_EQ(_kernel.Text("vif-1", 101), "false");
+    Change(LOG_SWITCH_CONFIG, kSwitch, LS_VLAN_TRUNK, {}, OP_DELETE);
+    EXPECT_EQ(_kernel.Text("vif-1", 101), "false") << "the VNI is still there";
+    EXPECT_EQ(_kernel.ports["vif-1"][102], std::vector<uint8_t>(8, 0));
+    Change(LOG_SWITCH_CONFIG, kSwitch, LS_VNI, {}, OP_DELETE);
+    EXPECT_EQ(_kernel.Text("vif-1", 101), "true");
+    EXPECT_TRUE(_kernel.ports["vif-1"][1].empty());
+}
+
+TEST_F(DVSPropConvertorTest, TwoOutOfSyncMarksInOneTickMakeOneFullSyncPush) {
+    ConfigureUnblockedPort();
+    Connect();
+    std::lock_guard<std::recursive_mutex> guard(agentLock());
+    _convertor->OnResyncProperty(false);
+    EXPECT_EQ((_kernel.pushes[{"vif-1", KCP_OP_FULL_SYNC}]), 1) << "the first tick after connect";
+    _convertor->OnResyncProperty(false);
+    EXPECT_EQ((_kernel.pushes[{"vif-1", KCP_OP_FULL_SYNC}]), 1) << "in sync: nothing to push";
+    _convertor->SetPortOutOfSync("vif-1");
+    _convertor->SetPortOutOfSync("vif-1");
+    _convertor->SetPortOutOfSync("vif-unknown");
+    _convertor->OnResyncProperty(false);
+    EXPECT_EQ((_kernel.pushes[{"vif-1", KCP_OP_FULL_SYNC}]), 2);
+    EXPECT_EQ(_kernel.Text("vif-1", 101), "false");
+}
+
+TEST_F(DVSPropConvertorTest, PortsTheKernelLeftOutOfItsReportAreDropped) {
+    ConfigureUnblockedPort();
+    std::lock_guard<std::recursive_mutex> guard(agentLock());
+    _convertor->ProcessVifInfoUpdate({"vif-1", kPort, "hs-1", "", KCP_VIF_VNIC}, KCP_OP_UPDATE, true);
+    _convertor->ResetSync();
+    _convertor->ProcessVifInfoUpdate({"vif-2", "42", "hs-1", "", KCP_VIF_VNIC}, KCP_OP_UPDATE, false);
+    _convertor->ProcessVifInfoUpdate({"vif-3", "not a port id", "hs-1", "", KCP_VIF_VNIC},
+                                     KCP_OP_UPDATE, false);
+    EXPECT_EQ(_convertor->Ports().size(), 2u);
+    _convertor->OnVifReportComplete();
+    ASSERT_EQ(_convertor->Ports().size(), 1u);
+    EXPECT_EQ(_convertor->Ports()[0].vifId, "vif-2");
+}
+
+TEST_F(DVSPropConvertorTest, HotmoveQueueMergesFlagsPerVif) {
+    std::lock_guard<std::recursive_mutex> guard(agentLock());
+    _convertor->QueueHotmovePortSync("vif-9", KCP_SYNC_PORT_PROPERTIES);
+    _convertor->QueueHotmovePortSync("vif-9", KCP_SYNC_PORT_CONTAINER_LIST);
+    _convertor->QueueHotmovePortSync("vif-8", KCP_SYNC_PORT_PROPERTIES);
+    EXPECT_EQ(_convertor->HotmoveQueue(),
+              (std::map<std::string, uint32_t>{{"vif-8", 1}, {"vif-9", 3}}));
+    // Without a configured logical port the entries wait for the next tick.
+    _convertor->OnHotmoveSyncTimer();
+    EXPECT_EQ(_convertor->HotmoveQueue().size(), 2u);
+    _convertor->RemoveFromHotmoveQueue("vif-8");
+    EXPECT_EQ(_convertor->HotmoveQueue().size(), 1u);
+    _convertor->Stop();
+}
+
+}  // namespace
+}  // namespace PortTest

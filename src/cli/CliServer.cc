@@ -7,8 +7,11 @@
 #include <exception>
 #include <filesystem>
 #include <functional>
+#include <iomanip>
+#include <sstream>
 #include <vector>
 
+#include "cache/ConfigTableQueries.h"
 #include "cli/CacheDump.h"
 #include "cli/CliJson.h"
 #include "cli/LogLevelCommands.h"
@@ -16,6 +19,9 @@
 #include "frame/HostPaths.h"
 #include "frame/log/Logger.h"
 #include "frame/vocabulary/ObjectType.h"
+#include "frame/vocabulary/PropertyType.h"
+#include "frame/vocabulary/UuidText.h"
+#include "loftdb_switching.pb.h"
 #include "port/ConfigApp.h"
 #include "port/DVSPropConvertor.h"
 #include "port/PortEntry.h"
@@ -74,6 +80,7 @@ Handler EmptyArray() {
 
 std::vector<Command> CommandTable() {
     std::vector<Command> table = {
+        {"cfgagent/lport/status", nullptr, 0, 0, Text(&CliServer::PortStatus)},
         {"cfgagent/config/local", nullptr, 0, 0, Text(&CliServer::ConfigLocal)},
         {"cfgagent/config/remote", nullptr, 0, 0, Text(&CliServer::ConfigRemote)},
         {"cfgagent/cache/table", nullptr, 0, 0, Text(&CliServer::CacheTable)},
@@ -88,6 +95,9 @@ std::vector<Command> CommandTable() {
         {"cfgagent/config/container", nullptr, 0, 0, OfType(CONTAINER)},
         {"cfgagent/config/uplink", nullptr, 0, 0, Text(&CliServer::Uplinks)},
         {"cfgagent/config/lsportlist", nullptr, 0, 0, Text(&CliServer::LsPortList)},
+        {"cfgagent/lsp/extracfg", nullptr, 0, 0, Text(&CliServer::PortExtraConfigs)},
+        {"cfgagent/ls/extracfg", nullptr, 0, 0, Text(&CliServer::SwitchExtraConfigs)},
+        {"cfgagent/ls/attachmentcfg", nullptr, 0, 0, Text(&CliServer::SwitchAttachments)},
         {"cfgagent/smartnic/demuxbyid", nullptr, 2, 2, EmptyArray()},
         {"cfgagent/smartnic/demuxbytype", nullptr, 1, 1, EmptyArray()},
     };
@@ -282,6 +292,101 @@ std::string CliServer::LsPortList() {
             .Put("LogicalSwitchPortID", port.lspId)
             .Put("HostSwitchID", port.switchId)
             .Put("OutOfSync", std::string(port.outOfSync ? "true" : "false"));
+        array.Add(std::move(row));
+    }
+    return array.Text();
+}
+
+namespace {
+
+void StatusColumns(std::ostringstream& out, const std::string& port, const std::string& status,
+                   const std::string& hostSwitch, const std::string& logicalSwitch,
+                   const std::string& dvport) {
+    out << std::left << std::setw(40) << port << std::setw(8) << status << std::setw(52)
+        << hostSwitch << std::setw(40) << logicalSwitch << std::setw(40) << dvport << "\n";
+}
+
+template <typename Message>
+bool StoredValue(IStateCacheConfigTable& table, uint32_t objectType, uint32_t propertyType,
+                 const std::string& id, Message& message) {
+    std::string value;
+    return table.GetObjectProperty(objectType, propertyType, id, value) &&
+           message.ParseFromString(value);
+}
+
+CliJson ExtraConfigRows(const ExtraConfigTable& table, const char* objectKey) {
+    CliJson array = CliJson::Array();
+    for (const auto& [id, pairs] : table.All()) {
+        for (const auto& [key, value] : pairs) {
+            CliJson row = CliJson::Object();
+            row.Put(objectKey, id).Put("Key", key).Put("Value", value);
+            array.Add(std::move(row));
+        }
+    }
+    return array;
+}
+
+}  // namespace
+
+std::string CliServer::PortStatus() {
+    std::ostringstream out;
+    StatusColumns(out, "Logical Port UUID", "Status", "DVSwitch ID", "Logical Switch", "DVPort ID");
+    std::lock_guard<std::recursive_mutex> guard(agentLock());
+    auto& table = *_stateCache->ConfigTable();
+    ConfigTableQueries queries(table);
+    std::map<std::string, std::string> hostSwitches;
+    if (_configApp) {
+        for (const PortEntry& port : _configApp->Convertor()->Ports()) {
+            hostSwitches[port.lspId] = port.switchId;
+        }
+    }
+    for (const std::string& text : table.GetIdsOfType(LOG_SWITCH_PORT_CONFIG)) {
+        halden::zef::loftdb::UuidMsg uuid;
+        UuidFromString(text, uuid);
+        const std::string id = uuid.SerializeAsString();
+        halden::zef::loftdb::LogSwitchPortConfigMsg port;
+        halden::zef::loftdb::LogSwitchConfigMsg logicalSwitch;
+        std::string switchText;
+        bool up = false;
+        if (StoredValue(table, LOG_SWITCH_PORT_CONFIG, LSP_SWITCH_ID, id, port) && port.has_switch_id()) {
+            switchText = UuidToString(port.switch_id());
+            up = StoredValue(table, LOG_SWITCH_PORT_CONFIG, LSP_ADMIN_STATE_UP, id, port) &&
+                 port.admin_state_up() &&
+                 StoredValue(table, LOG_SWITCH_CONFIG, LS_ADMIN_STATE_UP,
+                             port.switch_id().SerializeAsString(), logicalSwitch) &&
+                 logicalSwitch.admin_state_up();
+        }
+        StatusColumns(out, text, up ? "up" : "down", hostSwitches[text], switchText,
+                      queries.DvPortOfLogicalPort(id).value_or(""));
+    }
+    return out.str();
+}
+
+std::string CliServer::PortExtraConfigs() {
+    if (!_configApp) {
+        return CliJson::Array().Text();
+    }
+    std::lock_guard<std::recursive_mutex> guard(agentLock());
+    return ExtraConfigRows(_configApp->Convertor()->PortExtraConfigs(), "LSP").Text();
+}
+
+std::string CliServer::SwitchExtraConfigs() {
+    if (!_configApp) {
+        return CliJson::Array().Text();
+    }
+    std::lock_guard<std::recursive_mutex> guard(agentLock());
+    return ExtraConfigRows(_configApp->Convertor()->SwitchExtraConfigs(), "LS").Text();
+}
+
+std::string CliServer::SwitchAttachments() {
+    CliJson array = CliJson::Array();
+    if (!_configApp) {
+        return array.Text();
+    }
+    std::lock_guard<std::recursive_mutex> guard(agentLock());
+    for (const auto& [parent, child] : _configApp->Convertor()->SwitchAttachments()) {
+        CliJson row = CliJson::Object();
+        row.Put("LS", child.first).Put("Parent", parent).Put("Vlan", static_cast<long long>(child.second));
         array.Add(std::move(row));
     }
     return array.Text();

@@ -40,6 +40,10 @@ public:
     std::string CacheSize();
     std::string Uplinks();
     std::string LsPortList();
+    std::string PortStatus();
+    std::string PortExtraConfigs();
+    std::string SwitchExtraConfigs();
+    std::string SwitchAttachments();
 
     static std::string SocketPath();
 

@@ -108,6 +108,9 @@ void DVSPropConvertor::InitHandlerMap() {
     _cfgUpdateHandlerMap[LSP_ATTACHMENT] = &DVSPropConvertor::HandleLogicalPortAttachment;
     _cfgUpdateHandlerMap[LSP_ADMIN_STATE_UP] = &DVSPropConvertor::HandleLogicalPortAdminState;
     _cfgUpdateHandlerMap[LSP_MAC_MANAGEMENT] = &DVSPropConvertor::HandleMacManagement;
+    _cfgUpdateHandlerMap[LSP_EXTRA_CONFIGS] = &DVSPropConvertor::HandleLogicalPortExtraConfig;
+    _cfgUpdateHandlerMap[LS_EXTRA_CONFIGS] = &DVSPropConvertor::HandleLogicalSwitchExtraConfig;
+    _cfgUpdateHandlerMap[LS_ATTACHMENT] = &DVSPropConvertor::HandleChildLogicalSwitch;
 }
 
 void DVSPropConvertor::Start() {
@@ -144,7 +147,18 @@ void DVSPropConvertor::ProcessConfigPropertyUpdate(uint32_t objectType, const st
             CFG_LOG(LL_INFO, "Port [%1] has been removed during VIF disconnecting",
                     UuidBytesToString(id));
         }
-        return;
+        if (operation == OP_DELETE && propertyType == LSP_EXTRA_CONFIGS) {
+            for (const auto& change : _lspExtraConfigs.Remove(UuidBytesToString(id))) {
+                CFG_LOG(LL_INFO, "Remove extra config %1 for port %2", change.key,
+                        UuidBytesToString(id));
+            }
+            return;
+        }
+        // What later needs no VIF to be recorded goes on; the rest waits in the table.
+        if (propertyType != LSP_ATTACHMENT && propertyType != LSP_SWITCH_SECURITY &&
+            propertyType != LSP_ADDRESS_BINDINGS && propertyType != LSP_EXTRA_CONFIGS) {
+            return;
+        }
     }
     auto handler = _cfgUpdateHandlerMap.find(propertyType);
     if (handler == _cfgUpdateHandlerMap.end()) {
@@ -273,6 +287,7 @@ bool DVSPropConvertor::HandleLogicalPortSwitchId(const std::string& id, uint32_t
                 added |= AddSwitchProperty(port, lsText, OP_UPDATE, property, switchValue, update);
             }
         }
+        AddSwitchExtraConfigs(port, lsText, {}, update);
         BuildBlockUpdate(port, update);
         added = true;
     }
@@ -357,6 +372,156 @@ bool DVSPropConvertor::HandleMacManagement(const std::string& id, uint32_t opera
         update.Add(port.vifId, property);
     }
     return !ports.empty();
+}
+
+bool DVSPropConvertor::HandleLogicalPortExtraConfig(const std::string& id, uint32_t operation,
+                                                    uint32_t, const std::string& value,
+                                                    DPUpdate& update) {
+    const std::string lspText = UuidBytesToString(id);
+    std::vector<ExtraConfigTable::Change> changes;
+    if (operation == OP_DELETE) {
+        changes = _lspExtraConfigs.Remove(lspText);
+    } else if (operation == OP_UPDATE) {
+        halden::zef::loftdb::LogSwitchPortConfigMsg config;
+        config.ParseFromString(value);
+        if (config.extra_configs_size() == 0) {
+            CFG_LOG(LL_INFO, "Extra Config propList is empty");
+        }
+        ExtraConfigTable::Pairs pairs;
+        for (const auto& pair : config.extra_configs()) {
+            pairs[pair.key()] = pair.value();
+        }
+        changes = _lspExtraConfigs.Update(lspText, pairs);
+    } else {
+        CFG_LOG(LL_ERROR, "Unsupported operation input");
+        return false;
+    }
+    const std::vector<PortEntry> ports = PortsOfLogicalPort(id);
+    const ExtraConfigTable::Pairs* current = _lspExtraConfigs.Of(lspText);
+    for (const PortEntry& port : ports) {
+        for (const ExtraConfigTable::Change& change : changes) {
+            if (!change.value) {
+                AddExtraConfig(port, change.key, std::nullopt, update);
+            }
+        }
+        for (const auto& [key, pairValue] : current != nullptr ? *current : ExtraConfigTable::Pairs{}) {
+            AddExtraConfig(port, key, pairValue, update);
+        }
+    }
+    return !ports.empty() && !update.Empty();
+}
+
+void DVSPropConvertor::AddExtraConfig(const PortEntry& port, const std::string& key,
+                                      const std::optional<std::string>& value, DPUpdate& update) {
+    const std::optional<uint16_t> portKey = PortPropertyValues::ExtraConfigKey(key);
+    if (!portKey) {
+        CFG_LOG(LL_ERROR, "Unsupported Extra Config Key %1 to update", key);
+        return;
+    }
+    if (*portKey == 0) {
+        return;
+    }
+    if (PortPropertyValues::IsServiceVmKey(*portKey) && IsSpfPort(port)) {
+        CFG_LOG(LL_INFO, *portKey == 261 ? "Skip setting GVM for TMR port %1" : "Skip setting SVM for TMR port %1",
+                port.vifId);
+        return;
+    }
+    update.Add(port.vifId, value ? PortPropertyValues::Text(*portKey, *value)
+                                 : PortPropertyValues::Removal(*portKey));
+}
+
+bool DVSPropConvertor::HandleLogicalSwitchExtraConfig(const std::string& id, uint32_t operation,
+                                                      uint32_t, const std::string& value,
+                                                      DPUpdate& update) {
+    const std::string lsText = UuidBytesToString(id);
+    std::vector<ExtraConfigTable::Change> changes;
+    if (operation == OP_DELETE) {
+        changes = _lsExtraConfigs.Remove(lsText);
+    } else if (operation == OP_UPDATE) {
+        halden::zef::loftdb::LogSwitchConfigMsg config;
+        config.ParseFromString(value);
+        if (config.extra_configs_size() == 0) {
+            CFG_LOG(LL_INFO, "LS Extra Config update propList is empty");
+        }
+        ExtraConfigTable::Pairs pairs;
+        for (const auto& pair : config.extra_configs()) {
+            pairs[pair.key()] = pair.value();
+        }
+        changes = _lsExtraConfigs.Update(lsText, pairs);
+    } else {
+        CFG_LOG(LL_ERROR, "Unsupported operation input");
+        return false;
+    }
+    const std::vector<PortEntry> ports = _portList->OfSwitch(lsText);
+    for (const PortEntry& port : ports) {
+        AddSwitchExtraConfigs(port, lsText, changes, update);
+    }
+    return !update.Empty();
+}
+
+// A port's own value of a key wins over its switch's.
+void DVSPropConvertor::AddSwitchExtraConfigs(const PortEntry& port, const std::string& lsText,
+                                             const std::vector<ExtraConfigTable::Change>& changes,
+                                             DPUpdate& update) {
+    for (const ExtraConfigTable::Change& change : changes) {
+        if (!change.value && !_lspExtraConfigs.Find(port.lspId, change.key)) {
+            AddExtraConfig(port, change.key, std::nullopt, update);
+        }
+    }
+    const ExtraConfigTable::Pairs* pairs = _lsExtraConfigs.Of(lsText);
+    for (const auto& [key, value] : pairs != nullptr ? *pairs : ExtraConfigTable::Pairs{}) {
+        std::optional<std::string> own = _lspExtraConfigs.Find(port.lspId, key);
+        if (own) {
+            CFG_LOG(LL_INFO, "Found LSP %1 key %2 value %3", port.lspId, key, *own);
+        }
+        CFG_LOG(LL_INFO, "Update LSP %1 with LS extraConfig %2 %3", port.lspId, key,
+                own.value_or(value));
+        AddExtraConfig(port, key, own.value_or(value), update);
+    }
+}
+
+bool DVSPropConvertor::HandleChildLogicalSwitch(const std::string& id, uint32_t operation, uint32_t,
+                                                const std::string& value, DPUpdate&) {
+    const std::string child = UuidBytesToString(id);
+    halden::zef::loftdb::LogSwitchConfigMsg config;
+    config.ParseFromString(value);
+    if (operation == OP_DELETE) {
+        const size_t before = _lsAttachmentMap.size();
+        std::erase_if(_lsAttachmentMap, [&](const auto& entry) { return entry.second.first == child; });
+        if (before == _lsAttachmentMap.size()) {
+            CFG_LOG(LL_INFO,
+                    "The entry doesn't exist in LS attachment map with child LS[%1] and parent LS[%2]",
+                    child, "");
+        }
+        return false;
+    }
+    if (config.attachment().vlans_size() == 0) {
+        CFG_LOG(LL_INFO, "LS %1 doesn't include attachment", child);
+        return false;
+    }
+    for (const auto& attachment : config.attachment().vlans()) {
+        const std::string parent = UuidToString(attachment.parent_switch_id());
+        const uint32_t vlan = attachment.vlan();
+        CFG_LOG(LL_INFO, "Handle child LS %1 with attachment vlan %2 parent LS %3, op %4", child, vlan,
+                parent, operation);
+        if (vlan == 0 || vlan > 4094) {
+            CFG_LOG(LL_ERROR, "Invalid LS attachment vlan ID %1 for child LS[%2] and Parent LS[%3] ",
+                    vlan, child, parent);
+            continue;
+        }
+        auto [first, last] = _lsAttachmentMap.equal_range(parent);
+        auto same = std::find_if(first, last, [&](const auto& entry) { return entry.second.second == vlan; });
+        if (same != last && same->second.first != child) {
+            CFG_LOG(LL_ERROR,
+                    "Parent LS[%1] already has a child LS[%2] with vlan[%3], failed to add new child LS %4",
+                    parent, same->second.first, vlan, child);
+            continue;
+        }
+        if (same == last) {
+            _lsAttachmentMap.emplace(parent, std::make_pair(child, vlan));
+        }
+    }
+    return false;
 }
 
 // ---- Blocking ----
@@ -450,7 +615,9 @@ bool DVSPropConvertor::BuildPortProperties(const PortEntry& port, DPUpdate& upda
         }
     }
     const PortEntry* current = _portList->FindByVif(port.vifId);
-    BuildBlockUpdate(current != nullptr ? *current : port, update);
+    const PortEntry& latest = current != nullptr ? *current : port;
+    AddSwitchExtraConfigs(latest, latest.lsId, {}, update);
+    BuildBlockUpdate(latest, update);
     return !update.Empty();
 }
 

@@ -10,6 +10,7 @@
 #include "frame/AsyncTimer.h"
 #include "frame/vocabulary/LoftDBUpdateMsg.h"
 #include "port/DPUpdate.h"
+#include "port/ExtraConfigTable.h"
 #include "port/IDVSPropConvertor.h"
 #include "zef/IRefCountable.h"
 #include "zef/RefCounted.h"
@@ -76,6 +77,13 @@ public:
     // The kernel's port and host switch of a connected VIF.
     bool PortOfVif(const std::string& vifId, std::string& portId, std::string& switchId) const;
 
+    const ExtraConfigTable& PortExtraConfigs() const { return _lspExtraConfigs; }
+    const ExtraConfigTable& SwitchExtraConfigs() const { return _lsExtraConfigs; }
+    // Child switch attachments: parent LS to (child LS, VLAN), UUID texts.
+    const std::multimap<std::string, std::pair<std::string, uint32_t>>& SwitchAttachments() const {
+        return _lsAttachmentMap;
+    }
+
     // The block decision for one port: key 101 "true" or "false".
     void BuildBlockUpdate(const PortEntry& port, DPUpdate& update);
     // Every property of one port; false when none could be built.
@@ -112,6 +120,20 @@ private:
                                      DPUpdate& update);
     bool HandleMacManagement(const std::string& id, uint32_t operation, uint32_t propertyType,
                              const std::string& value, DPUpdate& update);
+    bool HandleLogicalPortExtraConfig(const std::string& id, uint32_t operation,
+                                      uint32_t propertyType, const std::string& value,
+                                      DPUpdate& update);
+    bool HandleLogicalSwitchExtraConfig(const std::string& id, uint32_t operation,
+                                        uint32_t propertyType, const std::string& value,
+                                        DPUpdate& update);
+    bool HandleChildLogicalSwitch(const std::string& id, uint32_t operation, uint32_t propertyType,
+                                  const std::string& value, DPUpdate& update);
+    // One extra config pair of a port, or its removal.
+    void AddExtraConfig(const PortEntry& port, const std::string& key,
+                        const std::optional<std::string>& value, DPUpdate& update);
+    void AddSwitchExtraConfigs(const PortEntry& port, const std::string& lsText,
+                               const std::vector<ExtraConfigTable::Change>& removed,
+                               DPUpdate& update);
     // One switch property for one port; false when it adds nothing.
     bool AddSwitchProperty(const PortEntry& port, const std::string& switchId, uint32_t operation,
                            uint32_t propertyType, const std::string& value, DPUpdate& update);
@@ -129,6 +151,9 @@ private:
     std::shared_ptr<Timer> _resyncTimer;
     std::set<std::string> _offloadedHostSwitches;
     std::map<std::string, UplinkInfo> _uplinks;
+    ExtraConfigTable _lspExtraConfigs{ExtraConfigTable::PORTS};
+    ExtraConfigTable _lsExtraConfigs{ExtraConfigTable::SWITCHES};
+    std::multimap<std::string, std::pair<std::string, uint32_t>> _lsAttachmentMap;
     bool _ccpSessionConnected = false;
     bool _loftdbHealthy = false;
     bool _proxyHealthy = false;

@@ -1,6 +1,7 @@
 #include "port/PortPropertyValues.h"
 
 #include <cstring>
+#include <map>
 
 #include "loftdb_switching.pb.h"
 #include "port/BigEndian.h"
@@ -94,6 +95,33 @@ DPProperty PortPropertyValues::DefaultMacManagement() {
     property.value[2] = 1;
     PutHost32(property.value.data() + 3, kMaxMacLimit);
     return property;
+}
+
+std::optional<uint16_t> PortPropertyValues::ExtraConfigKey(const std::string& storedKey) {
+    static const std::map<std::string, uint16_t> kKeys = [] {
+        std::map<std::string, uint16_t> keys = {
+            {"com.halden.port.extraConfig.mcloud.management.ip", 241},
+            {"com.halden.zef.ovl2.bridgedvlan", 0},
+            {"com.halden.zef.port.extraConfig.proxyarpRoutermode", 242},
+            {"com.halden.port.extraConfig.mcloud.edge", 243},
+            {"com.halden.zef.port.extraConfig.remoteRtr", 244},
+            {"com.halden.port.extraConfig.policyRoute", 245},
+            {"com.halden.port.extraConfig.ovl2.udpPortsInHash", 4},
+            {"com.halden.port.extraConfig.ovl2.nestedTNConfig", 5},
+            {"com.halden.port.extraConfig.serviceInsertion.gvm", 261},
+            {"com.halden.port.extraConfig.serviceInsertion.svm", 262},
+            {"com.halden.port.extraConfig.global.id", 321},
+            {"com.halden.port.extraConfig.forward.rarp", 341},
+            {"com.halden.port.extraConfig.vm.tagset", 322},
+        };
+        for (uint16_t i = 1; i <= 9; ++i) {
+            keys["com.halden.port.extraConfig.vm.tagset" + std::to_string(i)] =
+                static_cast<uint16_t>(322 + i);
+        }
+        return keys;
+    }();
+    auto it = kKeys.find(storedKey);
+    return it == kKeys.end() ? std::nullopt : std::optional<uint16_t>(it->second);
 }
 
 }  // namespace CfgAgent

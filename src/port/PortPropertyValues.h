@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -46,6 +47,10 @@ public:
                               DPProperty& property, std::string& problem);
     // What an SPF port gets on connection.
     static DPProperty DefaultMacManagement();
+    // The port key of a stored extra config key: none for an unknown key,
+    // 0 for one the kernel does not take.
+    static std::optional<uint16_t> ExtraConfigKey(const std::string& storedKey);
+    static bool IsServiceVmKey(uint16_t key) { return key == 261 || key == 262; }
 };
 
 }  // namespace CfgAgent

@@ -207,6 +207,39 @@ TEST_F(DVSPropConvertorTest, PortsTheKernelLeftOutOfItsReportAreDropped) {
     EXPECT_EQ(_convertor->Ports()[0].vifId, "vif-2");
 }
 
+TEST_F(DVSPropConvertorTest, ExtraConfigsOfPortAndSwitchMeetOnThePortWithThePortWinning) {
+    ConfigureUnblockedPort();
+    Connect();
+    auto pairs = [](std::vector<std::pair<std::string, std::string>> list) {
+        return [list](auto& config) {
+            for (const auto& [key, value] : list) {
+                auto* pair = config.add_extra_configs();
+                pair->set_key(key);
+                pair->set_value(value);
+            }
+        };
+    };
+    const std::string edge = "com.halden.port.extraConfig.mcloud.edge";
+    const std::string rarp = "com.halden.port.extraConfig.forward.rarp";
+    Change(LOG_SWITCH_CONFIG, kSwitch, LS_EXTRA_CONFIGS,
+           SwitchValue(pairs({{edge, "from-switch"}, {rarp, "yes"}})));
+    EXPECT_EQ(_kernel.Text("vif-1", 243), "from-switch");
+    EXPECT_EQ(_kernel.Text("vif-1", 341), "yes");
+    // An unknown key is refused alone.
+    Change(LOG_SWITCH_PORT_CONFIG, kPort, LSP_EXTRA_CONFIGS,
+           PortValue(pairs({{"com.example.unknown", "x"}, {edge, "from-port"}})));
+    EXPECT_EQ(_kernel.Text("vif-1", 243), "from-port");
+    Change(LOG_SWITCH_CONFIG, kSwitch, LS_EXTRA_CONFIGS, SwitchValue(pairs({{edge, "again"}})));
+    EXPECT_EQ(_kernel.Text("vif-1", 243), "from-port") << "the port's own value stands";
+    EXPECT_TRUE(_kernel.ports["vif-1"][341].empty()) << "the switch's dropped key is removed";
+    Change(LOG_SWITCH_PORT_CONFIG, kPort, LSP_EXTRA_CONFIGS, {}, OP_DELETE);
+    EXPECT_TRUE(_kernel.ports["vif-1"][243].empty());
+    std::lock_guard<std::recursive_mutex> guard(agentLock());
+    EXPECT_EQ(_convertor->PortExtraConfigs().Of(kPort), nullptr);
+    ASSERT_NE(_convertor->SwitchExtraConfigs().Of(kSwitch), nullptr);
+    EXPECT_EQ(_convertor->SwitchExtraConfigs().Of(kSwitch)->at(edge), "again");
+}
+
 TEST_F(DVSPropConvertorTest, HotmoveQueueMergesFlagsPerVif) {
     std::lock_guard<std::recursive_mutex> guard(agentLock());
     _convertor->QueueHotmovePortSync("vif-9", KCP_SYNC_PORT_PROPERTIES);

@@ -1,6 +1,7 @@
 #include "port/SwsecCodec.h"
 
 #include <algorithm>
+#include <iterator>
 #include <optional>
 
 #include "port/BigEndian.h"
@@ -29,8 +30,29 @@ std::string ReadText(std::span<const uint8_t> value) {
     return std::string(value.begin(), end);
 }
 
-std::optional<Tlv> Expect(std::optional<Tlv> tlv, uint16_t type) {
-    return tlv && tlv->Type() == type ? tlv : std::nullopt;
+constexpr const char* kTlvNames[] = {"port ID", "switch ID", "entries"};
+
+// A text must end in its NUL and hold no other.
+bool ReadStrictText(std::span<const uint8_t> value, std::string& text) {
+    if (value.empty() || value.back() != 0) {
+        return false;
+    }
+    text.assign(value.begin(), value.end() - 1);
+    return text.find('\0') == std::string::npos;
+}
+
+std::string ReadEntries(std::span<const uint8_t> row, std::vector<KcpContainerEntry>& entries) {
+    if (row.size() % SwsecCodec::kEntrySize != 0) {
+        return "entries of " + std::to_string(row.size()) + " bytes are no whole number of " +
+               std::to_string(SwsecCodec::kEntrySize) + "-byte entries";
+    }
+    for (size_t at = 0; at < row.size(); at += SwsecCodec::kEntrySize) {
+        KcpContainerEntry entry;
+        KcpAddressField::Read(row.data() + at, entry.ipv4, entry.ip);
+        std::copy_n(row.data() + at + KcpAddressField::kSize, entry.mac.size(), entry.mac.begin());
+        entries.push_back(entry);
+    }
+    return {};
 }
 
 }  // namespace
@@ -55,30 +77,41 @@ bool SwsecCodec::BuildBindings(const SwsecBindings& bindings, std::vector<uint8_
     return true;
 }
 
-bool SwsecCodec::ReadBindings(std::span<const uint8_t> bytes, SwsecBindings& bindings) {
-    std::optional<Tlv> header = KcpMessage::Header(bytes);
-    if (!header || header->Type() != SWSEC_TOOLS_BINDINGS) {
-        return false;
-    }
-    const std::span<const uint8_t> row = bytes.first(header->Length());
-    std::optional<Tlv> port = Expect(Tlv::At(row, kHead), SWSEC_PORT_ID);
-    std::optional<Tlv> sw = port ? Expect(port->Next(row), SWSEC_SWITCH_ID) : std::nullopt;
-    std::optional<Tlv> entries = sw ? Expect(sw->Next(row), SWSEC_ENTRIES) : std::nullopt;
-    if (!entries || entries->ValueLength() % kEntrySize != 0) {
-        return false;
-    }
+std::string SwsecCodec::ReadBindings(std::span<const uint8_t> bytes, SwsecBindings& bindings) {
     bindings = SwsecBindings{};
-    bindings.portId = ReadText(port->Value());
-    bindings.switchId = ReadText(sw->Value());
-    std::span<const uint8_t> value = entries->Value();
-    for (size_t offset = 0; offset < value.size(); offset += kEntrySize) {
-        KcpContainerEntry entry;
-        KcpAddressField::Read(value.data() + offset, entry.ipv4, entry.ip);
-        std::copy_n(value.data() + offset + KcpAddressField::kSize, entry.mac.size(),
-                    entry.mac.begin());
-        bindings.entries.push_back(entry);
+    std::optional<Tlv> header = KcpMessage::Header(bytes);
+    if (!header || header->Type() != SWSEC_TOOLS_BINDINGS || header->Length() != bytes.size()) {
+        return "not one whole tools bindings message";
     }
-    return true;
+    const std::span<const uint8_t> row = header->Value();
+    std::string* texts[] = {&bindings.portId, &bindings.switchId};
+    size_t index = 0;
+    size_t end = 0;
+    for (auto tlv = Tlv::At(row, 0); tlv; tlv = tlv->Next(row), ++index) {
+        if (index >= std::size(kTlvNames) || tlv->Type() != index + 1) {
+            return "TLV " + std::to_string(tlv->Type()) + " where " +
+                   (index < std::size(kTlvNames) ? "the " + std::string(kTlvNames[index])
+                                                 : std::string("nothing")) +
+                   " belongs";
+        }
+        if (index < std::size(texts) && !ReadStrictText(tlv->Value(), *texts[index])) {
+            return std::string("the ") + kTlvNames[index] + " is no NUL-ended text";
+        }
+        if (index == std::size(texts)) {
+            std::string error = ReadEntries(tlv->Value(), bindings.entries);
+            if (!error.empty()) {
+                return error;
+            }
+        }
+        end = tlv->End();
+    }
+    if (index < std::size(kTlvNames)) {
+        return std::string("no ") + kTlvNames[index] + " TLV";
+    }
+    if (end != row.size()) {
+        return std::to_string(row.size() - end) + " bytes after the entries";
+    }
+    return bindings.portId.empty() ? "empty port ID" : "";
 }
 
 std::vector<uint8_t> SwsecCodec::BuildSolicitation(const std::string& vifId) {

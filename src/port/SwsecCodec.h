@@ -26,8 +26,10 @@ public:
 
     // Texts go out with their NUL. False when the message would pass 65535 bytes.
     static bool BuildBindings(const SwsecBindings& bindings, std::vector<uint8_t>& message);
-    // False unless the bytes hold a whole bindings message with its three TLVs.
-    static bool ReadBindings(std::span<const uint8_t> bytes, SwsecBindings& bindings);
+    // Empty when the bytes are exactly one whole bindings message: its three
+    // TLVs in order, NUL-ended texts, whole entries; otherwise why not, with
+    // what was read before the fault in `bindings`.
+    static std::string ReadBindings(std::span<const uint8_t> bytes, SwsecBindings& bindings);
 
     static std::vector<uint8_t> BuildSolicitation(const std::string& vifId);
     // The VIF ID that follows the head, up to its NUL; whatever the type says.

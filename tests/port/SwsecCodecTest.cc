@@ -37,7 +37,7 @@ TEST(SwsecCodec, BindingsMessageLaysOutTextsWithNulAndEntriesOf23Bytes) {
     EXPECT_EQ(message[45], 0xfe);
 
     SwsecBindings read;
-    ASSERT_TRUE(SwsecCodec::ReadBindings(message, read));
+    ASSERT_EQ(SwsecCodec::ReadBindings(message, read), "");
     EXPECT_EQ(read, bindings);
 }
 
@@ -49,12 +49,15 @@ TEST(SwsecCodec, ReaderRefusesWhatIsNotAWholeBindingsMessage) {
     std::vector<uint8_t> shortEntry = message;
     shortEntry.pop_back();
     BigEndian::Put16(shortEntry.data() + 2, static_cast<uint16_t>(shortEntry.size()));
-    EXPECT_FALSE(SwsecCodec::ReadBindings(shortEntry, read));
+    EXPECT_NE(SwsecCodec::ReadBindings(shortEntry, read), "");
     std::vector<uint8_t> wrongType = message;
     wrongType[1] = 2;
-    EXPECT_FALSE(SwsecCodec::ReadBindings(wrongType, read));
+    EXPECT_NE(SwsecCodec::ReadBindings(wrongType, read), "");
+    std::vector<uint8_t> swapped = message;
+    swapped[5] = 2;  // the port ID TLV claims to be the switch ID
+    EXPECT_EQ(SwsecCodec::ReadBindings(swapped, read), "TLV 2 where the port ID belongs");
     for (size_t cut = 0; cut < message.size(); ++cut) {
-        EXPECT_FALSE(SwsecCodec::ReadBindings({message.data(), cut}, read)) << cut;
+        EXPECT_NE(SwsecCodec::ReadBindings({message.data(), cut}, read), "") << cut;
     }
 }
 

@@ -1,8 +1,7 @@
 #include "ControlServer.h"
 
-#include "UnixListener.h"
-
 #include <poll.h>
+#include <pthread.h>
 #include <sys/eventfd.h>
 #include <sys/socket.h>
 #include <sys/un.h>
@@ -17,8 +16,9 @@
 #include <sstream>
 
 #include "JsonPtr.h"
-#include "KcpKernel.h"
+#include "RecordFile.h"
 #include "Simulator.h"
+#include "UnixListener.h"
 #include "frame/HostPaths.h"
 
 namespace Dpsim {
@@ -48,53 +48,55 @@ JsonPtr Success() {
     return answer;
 }
 
-bool ParseHex(const std::string& text, std::vector<uint8_t>& bytes) {
-    if (text.empty() || text.size() % 2 != 0) {
-        return false;
-    }
-    bytes.clear();
-    for (size_t i = 0; i < text.size(); i += 2) {
-        unsigned value = 0;
-        for (size_t j = i; j < i + 2; ++j) {
-            const char c = text[j];
-            unsigned digit = 0;
-            if (c >= '0' && c <= '9') {
-                digit = static_cast<unsigned>(c - '0');
-            } else if (c >= 'a' && c <= 'f') {
-                digit = static_cast<unsigned>(c - 'a' + 10);
-            } else if (c >= 'A' && c <= 'F') {
-                digit = static_cast<unsigned>(c - 'A' + 10);
-            } else {
-                return false;
-            }
-            value = value * 16 + digit;
-        }
-        bytes.push_back(static_cast<uint8_t>(value));
-    }
-    return true;
-}
-
-std::string Status(Simulator& simulator) {
+// One object per link, filled by `fill`; all links or only `only`.
+template <typename Fill>
+std::string PerLink(Simulator& simulator, const std::string& only, Fill fill) {
     JsonPtr answer = Success();
     cJSON* links = cJSON_AddArrayToObject(answer.get(), "links");
     for (const auto& server : simulator.Links()) {
-        LinkServer::Status status;
-        std::string error;
-        if (!server->GetStatus(status, error)) {
-            return Failure(error);
+        if (!only.empty() && server->Name() != only) {
+            continue;
         }
         cJSON* link = cJSON_CreateObject();
         cJSON_AddItemToArray(links, link);
-        cJSON_AddStringToObject(link, "link", server->Name().c_str());
-        cJSON_AddBoolToObject(link, "connected", status.connected);
-        cJSON* vifs = cJSON_AddArrayToObject(link, "vifs");
-        for (const std::string& vif : status.vifs) {
-            cJSON_AddItemToArray(vifs, cJSON_CreateString(vif.c_str()));
+        std::string error;
+        if (!fill(*server, link, error)) {
+            return Failure(error);
         }
-        cJSON_AddNumberToObject(link, "in", static_cast<double>(status.in));
-        cJSON_AddNumberToObject(link, "out", static_cast<double>(status.out));
     }
     return Print(answer);
+}
+
+// The commands every link takes, whatever its protocol.
+std::string Generic(LinkServer& link, const std::vector<std::string>& words) {
+    const std::string& command = words[0];
+    std::string error;
+    if (command == "inject") {
+        std::vector<uint8_t> bytes;
+        if (words.size() != 3 || !RecordFile::ParseHex(words[2], bytes)) {
+            return Failure("usage: inject LINK HEX (an even number of hex digits)");
+        }
+        return link.Inject(bytes, error) ? Print(Success()) : Failure(error);
+    }
+    if (command == "drop") {
+        if (words.size() != 2) {
+            return Failure("usage: drop LINK");
+        }
+        return link.Drop(error) ? Print(Success()) : Failure(error);
+    }
+    double seconds = -1;
+    if (words.size() == 3) {
+        char* end = nullptr;
+        seconds = std::strtod(words[2].c_str(), &end);
+        if (end == words[2].c_str() || *end != '\0' || !std::isfinite(seconds)) {
+            seconds = -1;
+        }
+    }
+    if (seconds < 0 || seconds > 86400) {
+        return Failure("usage: refuse LINK SECONDS (0 to 86400)");
+    }
+    const auto period = std::chrono::milliseconds(static_cast<long long>(seconds * 1000));
+    return link.Refuse(period, error) ? Print(Success()) : Failure(error);
 }
 
 }  // namespace
@@ -102,7 +104,9 @@ std::string Status(Simulator& simulator) {
 ControlServer::ControlServer(std::string path, Simulator& simulator)
     : _path(std::move(path)), _simulator(simulator) {}
 
-ControlServer::~ControlServer() { Stop(); }
+ControlServer::~ControlServer() {
+    Stop();
+}
 
 std::string ControlServer::DefaultPath() {
     return CfgAgent::HostPaths::Resolve("/var/run/halden/dpsim/control");
@@ -149,6 +153,7 @@ void ControlServer::Stop() {
 }
 
 void ControlServer::Serve() {
+    pthread_setname_np(pthread_self(), "dpsim-control");
     while (!_stop) {
         std::vector<pollfd> fds = {{_wakeFd, POLLIN, 0}, {_listenFd, POLLIN, 0}};
         for (const Client& client : _clients) {
@@ -221,70 +226,42 @@ std::string ControlServer::Execute(Simulator& simulator, const std::string& line
         return Failure("empty command");
     }
     const std::string& command = words[0];
-    if (command == "status") {
-        if (words.size() != 1) {
-            return Failure("usage: status");
+    if (command == "status" || command == "ports") {
+        if (words.size() > (command == "ports" ? 2 : 1)) {
+            return Failure(command == "ports" ? "usage: ports [LINK]" : "usage: status");
         }
-        return Status(simulator);
+        const std::string only = words.size() == 2 ? words[1] : "";
+        if (!only.empty() && simulator.Find(only) == nullptr) {
+            return Failure("unknown link: " + only);
+        }
+        if (command == "status") {
+            return PerLink(simulator, only, [](LinkServer& link, cJSON* json, std::string& error) {
+                return link.GetStatus(json, error);
+            });
+        }
+        return PerLink(simulator, only, [](LinkServer& link, cJSON* json, std::string& error) {
+            return link.GetPorts(json, error);
+        });
     }
-    const bool known = command == "inject" || command == "vif" || command == "outofsync" ||
-                       command == "drop" || command == "refuse";
-    if (!known) {
-        return Failure("unknown command: " + command);
-    }
+    // Every other command names its link next.
     if (words.size() < 2) {
-        return Failure("missing link for " + command);
+        return Failure("unknown command or missing link: " + command);
     }
     LinkServer* link = simulator.Find(words[1]);
     if (link == nullptr) {
         return Failure("unknown link: " + words[1]);
     }
+    if (command == "inject" || command == "drop" || command == "refuse") {
+        return Generic(*link, words);
+    }
+    bool sent = false;
     std::string error;
-    if (command == "inject") {
-        std::vector<uint8_t> bytes;
-        if (words.size() != 3 || !ParseHex(words[2], bytes)) {
-            return Failure("usage: inject LINK HEX (an even number of hex digits)");
-        }
-        return link->Inject(bytes, error) ? Print(Success()) : Failure(error);
+    if (!link->Control(words, sent, error)) {
+        return Failure(error);
     }
-    if (command == "vif") {
-        if (words.size() != 4 || (words[2] != "connect" && words[2] != "disconnect") ||
-            words[3].empty()) {
-            return Failure("usage: vif LINK connect|disconnect VIF_ID");
-        }
-        bool sent = false;
-        if (!link->SetVif(words[3], words[2] == "connect", sent, error)) {
-            return Failure(error);
-        }
-        JsonPtr answer = Success();
-        cJSON_AddBoolToObject(answer.get(), "sent", sent);
-        return Print(answer);
-    }
-    if (command == "outofsync") {
-        if (words.size() != 2) {
-            return Failure("usage: outofsync LINK");
-        }
-        return link->Inject(KcpKernel::DpStatus(true), error) ? Print(Success()) : Failure(error);
-    }
-    if (command == "drop") {
-        if (words.size() != 2) {
-            return Failure("usage: drop LINK");
-        }
-        return link->Drop(error) ? Print(Success()) : Failure(error);
-    }
-    double seconds = -1;
-    if (words.size() == 3) {
-        char* end = nullptr;
-        seconds = std::strtod(words[2].c_str(), &end);
-        if (end == words[2].c_str() || *end != '\0' || !std::isfinite(seconds)) {
-            seconds = -1;
-        }
-    }
-    if (seconds < 0 || seconds > 86400) {
-        return Failure("usage: refuse LINK SECONDS (0 to 86400)");
-    }
-    const auto period = std::chrono::milliseconds(static_cast<long long>(seconds * 1000));
-    return link->Refuse(period, error) ? Print(Success()) : Failure(error);
+    JsonPtr answer = Success();
+    cJSON_AddBoolToObject(answer.get(), "sent", sent);
+    return Print(answer);
 }
 
 bool ControlServer::Request(const std::string& path, const std::string& line, std::string& answer,

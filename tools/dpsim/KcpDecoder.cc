@@ -2,6 +2,7 @@
 
 #include <vector>
 
+#include "port/KcpDump.h"
 #include "port/KcpMessage.h"
 #include "port/KcpNotificationCodec.h"
 #include "port/KcpQueryCodec.h"
@@ -29,7 +30,7 @@ const char* NotificationTypeName(uint16_t type) {
     }
 }
 
-void DecodeSession(std::span<const uint8_t> message, KcpDecoded& decoded) {
+void DecodeSession(std::span<const uint8_t> message, DecodedMessage& decoded) {
     KcpSessionControl control;
     if (!KcpSessionCodec::Read(message, control) ||
         message.size() != KcpSessionCodec::kMessageLength) {
@@ -47,7 +48,7 @@ void DecodeSession(std::span<const uint8_t> message, KcpDecoded& decoded) {
     cJSON_AddNumberToObject(decoded.fields.get(), "maxMessageLength", control.maxMessageLength);
 }
 
-void DecodeQuery(std::span<const uint8_t> message, KcpDecoded& decoded) {
+void DecodeQuery(std::span<const uint8_t> message, DecodedMessage& decoded) {
     std::vector<uint16_t> dataTypes;
     if (!KcpQueryCodec::Read(message, dataTypes)) {
         decoded.error = "query does not decode";
@@ -64,7 +65,7 @@ void DecodeQuery(std::span<const uint8_t> message, KcpDecoded& decoded) {
     }
 }
 
-void DecodeNotification(std::span<const uint8_t> message, KcpDecoded& decoded) {
+void DecodeNotification(std::span<const uint8_t> message, DecodedMessage& decoded) {
     std::vector<KcpNotification> notifications;
     if (!KcpNotificationCodec::Read(message, notifications)) {
         decoded.error = "notification does not decode";
@@ -84,7 +85,8 @@ void DecodeNotification(std::span<const uint8_t> message, KcpDecoded& decoded) {
         switch (notification.type) {
             case KCP_NOTIFY_DP_STATUS:
                 cJSON_AddStringToObject(
-                    item, "value", notification.dpStatus == KCP_DP_OUT_OF_SYNC ? "OutOfSync" : "Sync");
+                    item, "value",
+                    notification.dpStatus == KCP_DP_OUT_OF_SYNC ? "OutOfSync" : "Sync");
                 break;
             case KCP_NOTIFY_PORT_CONTAINER_FULL_SYNC:
                 cJSON_AddStringToObject(item, "value", notification.id.c_str());
@@ -97,9 +99,8 @@ void DecodeNotification(std::span<const uint8_t> message, KcpDecoded& decoded) {
     }
 }
 
-// Update and Init contents are not decoded yet; their data types still show
-// what the agent sent.
-void DecodeDataTypes(uint16_t type, std::span<const uint8_t> message, KcpDecoded& decoded) {
+// Update contents are for the dump to show and the port table to judge.
+void DecodeDataTypes(uint16_t type, std::span<const uint8_t> message, DecodedMessage& decoded) {
     if (type == KCP_MSG_UPDATE) {
         if (message.size() <= KcpMessage::kUpdateFlagOffset) {
             decoded.error = "update without its flag byte";
@@ -108,17 +109,19 @@ void DecodeDataTypes(uint16_t type, std::span<const uint8_t> message, KcpDecoded
         cJSON_AddBoolToObject(decoded.fields.get(), "more", KcpMessage::More(message));
     }
     cJSON* list = cJSON_AddArrayToObject(decoded.fields.get(), "dataTypes");
-    for (auto data = KcpMessage::FirstData(message); data; data = KcpMessage::NextData(message, *data)) {
+    for (auto data = KcpMessage::FirstData(message); data;
+         data = KcpMessage::NextData(message, *data)) {
         cJSON_AddItemToArray(list, cJSON_CreateNumber(data->Type()));
     }
 }
 
 }  // namespace
 
-KcpDecoded KcpDecoder::Decode(std::span<const uint8_t> message) {
-    KcpDecoded decoded{"unknown", JsonPtr(cJSON_CreateObject()), {}};
+DecodedMessage KcpDecoder::Decode(std::span<const uint8_t> message) {
+    DecodedMessage decoded{"unknown", JsonPtr(cJSON_CreateObject()), {}, KcpDump::Render(message)};
     if (message.size() < Tlv::kHeaderSize) {
-        decoded.error = "message of " + std::to_string(message.size()) + " bytes cannot hold its header";
+        decoded.error =
+            "message of " + std::to_string(message.size()) + " bytes cannot hold its header";
         return decoded;
     }
     const uint16_t type = static_cast<uint16_t>((message[0] << 8) | message[1]);

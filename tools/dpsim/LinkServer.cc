@@ -1,27 +1,32 @@
 #include "LinkServer.h"
 
 #include <poll.h>
+#include <pthread.h>
 #include <sys/eventfd.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
 #include <future>
 
-#include "KcpKernel.h"
 #include "UnixListener.h"
 #include "port/Tlv.h"
 
 namespace Dpsim {
 
-LinkServer::LinkServer(std::string name, std::string path, RecordFile& record)
-    : _name(std::move(name)), _path(std::move(path)), _record(record) {}
+LinkServer::LinkServer(std::string name, std::string path, std::unique_ptr<LinkProtocol> protocol,
+                       RecordFile& record)
+    : _name(std::move(name)),
+      _path(std::move(path)),
+      _protocol(std::move(protocol)),
+      _record(record) {}
 
-LinkServer::~LinkServer() { Stop(); }
+LinkServer::~LinkServer() {
+    Stop();
+}
 
 bool LinkServer::Start(std::string& error) {
     _listenFd = UnixListener::Listen(_path, 4, error);
@@ -71,6 +76,7 @@ void LinkServer::Stop() {
 }
 
 void LinkServer::Serve() {
+    pthread_setname_np(pthread_self(), "dpsim-link");
     uint8_t buffer[4096];
     while (!_stop) {
         pollfd fds[3] = {{_wakeFd, POLLIN, 0}, {_listenFd, POLLIN, 0}, {_connectionFd, POLLIN, 0}};
@@ -121,8 +127,8 @@ bool LinkServer::Frame() {
             // Nothing after such a head can be framed, so the connection ends
             // once the head is on record.
             ++_in;
-            _record.Append(_name, true,
-                           std::span<const uint8_t>(_pending.data(), CfgAgent::Tlv::kHeaderSize));
+            const std::span<const uint8_t> head(_pending.data(), CfgAgent::Tlv::kHeaderSize);
+            _record.Append(_name, true, head, _protocol->Decode(head));
             return false;
         }
         if (_pending.size() < length) {
@@ -138,11 +144,10 @@ bool LinkServer::Frame() {
 
 void LinkServer::Handle(const std::vector<uint8_t>& message) {
     ++_in;
-    if (!_record.Append(_name, true, message)) {
-        return;
-    }
+    LinkProtocol::Reception reception = _protocol->Receive(message);
+    _record.Append(_name, true, message, std::move(reception.decoded));
     std::string error;
-    for (const std::vector<uint8_t>& answer : KcpKernel::Answer(message, _vifs)) {
+    for (const std::vector<uint8_t>& answer : reception.answers) {
         if (!SendOut(answer, error)) {
             return;
         }
@@ -160,7 +165,7 @@ bool LinkServer::SendOut(const std::vector<uint8_t>& message, std::string& error
         return false;
     }
     ++_out;
-    _record.Append(_name, false, message);
+    _record.Append(_name, false, message, _protocol->Decode(message));
     return true;
 }
 
@@ -200,23 +205,29 @@ bool LinkServer::Inject(const std::vector<uint8_t>& message, std::string& error)
     return Run([&] { ok = SendOut(message, error); }, error) && ok;
 }
 
-bool LinkServer::SetVif(const std::string& vifId, bool connect, bool& sent, std::string& error) {
-    std::vector<uint8_t> message;
-    if (!KcpKernel::VifUpdate(vifId, connect, message)) {
-        error = "cannot build a VIF Update for " + vifId;
-        return false;
-    }
+bool LinkServer::Control(const std::vector<std::string>& words, bool& sent, std::string& error) {
     bool ok = false;
     const bool ran = Run(
         [&] {
-            const auto known = std::find(_vifs.begin(), _vifs.end(), vifId);
-            if (connect && known == _vifs.end()) {
-                _vifs.push_back(vifId);
-            } else if (!connect && known != _vifs.end()) {
-                _vifs.erase(known);
+            std::optional<LinkProtocol::CommandResult> result = _protocol->Execute(words);
+            if (!result || !result->error.empty()) {
+                error = result ? result->error
+                               : "unknown command for a " + std::string(_protocol->Name()) +
+                                     " link: " + words[0];
+                return;
             }
-            sent = _connectionFd >= 0;
-            ok = !sent || SendOut(message, error);
+            sent = _connectionFd >= 0 && !result->messages.empty();
+            if (_connectionFd < 0 && !result->keepsState) {
+                error = "no agent connected on " + _name;
+                return;
+            }
+            ok = true;
+            for (const auto& message : result->messages) {
+                if (sent && !SendOut(message, error)) {
+                    ok = false;
+                    break;
+                }
+            }
         },
         error);
     return ran && ok;
@@ -241,13 +252,28 @@ bool LinkServer::Refuse(std::chrono::milliseconds period, std::string& error) {
     return Run([&] { _refuseUntil = std::chrono::steady_clock::now() + period; }, error);
 }
 
-bool LinkServer::GetStatus(Status& status, std::string& error) {
+void LinkServer::AddName(cJSON* link) const {
+    cJSON_AddStringToObject(link, "link", _name.c_str());
+    cJSON_AddStringToObject(link, "protocol", _protocol->Name());
+}
+
+bool LinkServer::GetStatus(cJSON* link, std::string& error) {
     return Run(
         [&] {
-            status.connected = _connectionFd >= 0;
-            status.vifs = _vifs;
-            status.in = _in;
-            status.out = _out;
+            AddName(link);
+            cJSON_AddBoolToObject(link, "connected", _connectionFd >= 0);
+            cJSON_AddNumberToObject(link, "in", static_cast<double>(_in));
+            cJSON_AddNumberToObject(link, "out", static_cast<double>(_out));
+            _protocol->AddStatus(link);
+        },
+        error);
+}
+
+bool LinkServer::GetPorts(cJSON* link, std::string& error) {
+    return Run(
+        [&] {
+            AddName(link);
+            _protocol->AddPorts(link);
         },
         error);
 }
@@ -272,6 +298,7 @@ void LinkServer::DropConnection() {
     if (_connectionFd >= 0) {
         ::close(_connectionFd);
         _connectionFd = -1;
+        _protocol->Disconnected();
     }
     _pending.clear();
 }

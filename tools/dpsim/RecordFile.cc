@@ -4,8 +4,6 @@
 #include <ctime>
 
 #include "JsonPtr.h"
-#include "KcpDecoder.h"
-#include "port/KcpDump.h"
 
 namespace Dpsim {
 
@@ -56,15 +54,43 @@ std::string RecordFile::Hex(std::span<const uint8_t> bytes) {
     return text;
 }
 
-bool RecordFile::Append(const std::string& link, bool in, std::span<const uint8_t> message) {
-    KcpDecoded decoded = KcpDecoder::Decode(message);
+bool RecordFile::ParseHex(const std::string& text, std::vector<uint8_t>& bytes) {
+    if (text.empty() || text.size() % 2 != 0) {
+        return false;
+    }
+    bytes.clear();
+    for (size_t i = 0; i < text.size(); i += 2) {
+        unsigned value = 0;
+        for (size_t j = i; j < i + 2; ++j) {
+            const char c = text[j];
+            unsigned digit = 0;
+            if (c >= '0' && c <= '9') {
+                digit = static_cast<unsigned>(c - '0');
+            } else if (c >= 'a' && c <= 'f') {
+                digit = static_cast<unsigned>(c - 'a' + 10);
+            } else if (c >= 'A' && c <= 'F') {
+                digit = static_cast<unsigned>(c - 'A' + 10);
+            } else {
+                return false;
+            }
+            value = value * 16 + digit;
+        }
+        bytes.push_back(static_cast<uint8_t>(value));
+    }
+    return true;
+}
+
+void RecordFile::Append(const std::string& link, bool in, std::span<const uint8_t> message,
+                        DecodedMessage decoded) {
     JsonPtr line(cJSON_CreateObject());
     cJSON_AddStringToObject(line.get(), "time", Now().c_str());
     cJSON_AddStringToObject(line.get(), "link", link.c_str());
     cJSON_AddStringToObject(line.get(), "dir", in ? "in" : "out");
     cJSON_AddStringToObject(line.get(), "type", decoded.type.c_str());
     cJSON_AddItemToObject(line.get(), "fields", decoded.fields.release());
-    cJSON_AddStringToObject(line.get(), "dump", Printable(CfgAgent::KcpDump::Render(message)).c_str());
+    if (!decoded.dump.empty()) {
+        cJSON_AddStringToObject(line.get(), "dump", Printable(decoded.dump).c_str());
+    }
     cJSON_AddStringToObject(line.get(), "hex", Hex(message).c_str());
     if (!decoded.error.empty()) {
         cJSON_AddStringToObject(line.get(), "error", decoded.error.c_str());
@@ -78,7 +104,6 @@ bool RecordFile::Append(const std::string& link, bool in, std::span<const uint8_
         }
     }
     cJSON_free(text);
-    return decoded.error.empty();
 }
 
 }  // namespace Dpsim

@@ -5,6 +5,9 @@
 #include <mutex>
 #include <span>
 #include <string>
+#include <vector>
+
+#include "DecodedMessage.h"
 
 namespace Dpsim {
 
@@ -19,12 +22,15 @@ public:
     RecordFile& operator=(const RecordFile&) = delete;
 
     bool Ok() const { return _file != nullptr; }
-    // `in` is true for what the agent sent. Returns false when the message
-    // does not decode, the line saying why.
-    bool Append(const std::string& link, bool in, std::span<const uint8_t> message);
+    // `in` is true for what the agent sent; `decoded` is what the link's
+    // protocol made of the message, its error included.
+    void Append(const std::string& link, bool in, std::span<const uint8_t> message,
+                DecodedMessage decoded);
 
     static std::string Now();
     static std::string Hex(std::span<const uint8_t> bytes);
+    // An even number of hex digits, either case; false for anything else.
+    static bool ParseHex(const std::string& text, std::vector<uint8_t>& bytes);
 
 private:
     std::mutex _mutex;

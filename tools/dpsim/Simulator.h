@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "LinkProtocol.h"
 #include "LinkServer.h"
 #include "RecordFile.h"
 
@@ -13,6 +14,8 @@ namespace Dpsim {
 // to one record file.
 class Simulator {
 public:
+    // Each link is "NAME" (the port control protocol), "NAME:PROTOCOL", or
+    // ":PROTOCOL" for that protocol's default link name.
     Simulator(std::vector<std::string> links, const std::string& recordPath);
     ~Simulator();
     Simulator(const Simulator&) = delete;
@@ -29,6 +32,10 @@ public:
 
     // Where the agent looks for the link `name`, under the host root.
     static std::string SocketPath(const std::string& name);
+    // The served name and the protocol of one link argument; null with
+    // `error` set when either is not usable.
+    static std::unique_ptr<LinkProtocol> ParseLink(const std::string& link, std::string& name,
+                                                   std::string& error);
 
 private:
     std::vector<std::string> _names;

@@ -1,33 +1,48 @@
 #include <csignal>
 #include <cstdio>
 #include <cstring>
+#include <memory>
 #include <string>
 #include <vector>
 
 #include "ControlServer.h"
 #include "JsonPtr.h"
+#include "RecordReplay.h"
 #include "Simulator.h"
 
 namespace {
 
 constexpr const char* kUsage =
-    "usage: dpsim --link NAME[:kcp] [--link NAME[:kcp] ...] --record FILE\n"
+    "usage: dpsim --link NAME[:PROTOCOL] [--link ...] --record FILE\n"
     "             [--control PATH]\n"
     "       dpsim ctl [--control PATH] COMMAND...\n"
+    "       dpsim replay FILE LINK[:PROTOCOL]\n"
     "\n"
-    "Stands in for the kernel's end of the agent's dataplane links.\n"
+    "Stands in for the kernel modules at the far end of the agent's links.\n"
     "Each link listens on the Unix stream socket\n"
     "  $ZEF_HOST_ROOT/var/run/halden/dplink/NAME\n"
     "and takes one agent connection at a time; a new one replaces the old.\n"
     "Messages are framed by the big-endian length in their bytes 2 and 3.\n"
+    "PROTOCOL is kcp (the default: the switching module's port control) or\n"
+    "swsec (the switch security module); \":swsec\" alone serves it under its\n"
+    "default name swsec_taklink.\n"
     "\n"
     "Every message, in either direction, is appended to FILE as one JSON line:\n"
     "  time (UTC), link, dir (in: from the agent; out), type, decoded fields,\n"
-    "  dump, hex; a message that does not decode carries \"error\".\n"
+    "  dump (kcp), hex; a message the module would not take carries \"error\"\n"
+    "  and changes nothing.\n"
     "\n"
-    "KCP answers (the only protocol so far):\n"
-    "  Session Open     -> Session Open ACK, then Session Full Sync End, same ID\n"
+    "kcp keeps the port table the agent's Updates build: port, taknic and host\n"
+    "switch properties (operation 1 sets keys, an empty value removes one;\n"
+    "2 removes the keys given, or the whole record when none are; 3 replaces\n"
+    "the record's set), the port, container, taknic and host switch lists\n"
+    "(each list message replaces its list), port container lists and\n"
+    "containers. Updates split with the more bit are joined, a property's\n"
+    "pieces by key, before they apply. It answers:\n"
+    "  Session Open     -> Session Open ACK, every kept VIF and uplink, then\n"
+    "                      Session Full Sync End, with the same session ID\n"
     "  DP Status Query  -> DP Status Notification saying Sync\n"
+    "swsec keeps the last tools bindings (type 1) the agent sent per port.\n"
     "\n"
     "Prints \"dpsim serving NAME\" for each link once it accepts connections,\n"
     "and runs until SIGINT or SIGTERM.\n"
@@ -37,20 +52,54 @@ constexpr const char* kUsage =
     "line and answers each with one JSON line, {\"ok\":true,...} or\n"
     "{\"ok\":false,\"error\":\"...\"}. \"dpsim ctl\" sends one command and prints\n"
     "the answer; it exits 0 when ok, 1 when not, 3 when the socket cannot be\n"
-    "reached. Commands:\n"
+    "reached. Commands for any link:\n"
+    "  status                   per link: protocol, connected, messages in and\n"
+    "                           out, kept VIFs and uplinks (kcp), bound ports\n"
+    "                           (swsec)\n"
+    "  ports [LINK]             per link: the kcp port table (ports with their\n"
+    "                           properties by key, hex and decoded text or\n"
+    "                           number, \"blocked\" from key 101, \"listed\";\n"
+    "                           taknics; hds; portContainers; containers), or\n"
+    "                           the swsec bindings by port\n"
     "  inject LINK HEX          send these bytes to the agent as they are\n"
-    "  vif LINK connect VIF_ID  send the VIF Update of a VNIC connecting and keep\n"
-    "                           the VIF: every later Session Open reports the\n"
-    "                           kept VIFs before the Full Sync End\n"
-    "  vif LINK disconnect VIF_ID\n"
-    "                           send the VIF Update of its disconnect; forget it\n"
-    "  outofsync LINK           send a DP Status Notification saying OutOfSync\n"
     "  drop LINK                close the agent's connection\n"
     "  refuse LINK SECONDS      accept and close at once, recording nothing,\n"
     "                           every connection for that long\n"
-    "  status                   per link: connected, VIFs, messages in and out\n"
+    "kcp links:\n"
+    "  vif LINK connect VIF_ID [OPTION...]\n"
+    "                           send the VIF Update of a VIF connecting and keep\n"
+    "                           the VIF for every later Session Open. Options:\n"
+    "                           port=ID (default the VIF ID), switch=ID,\n"
+    "                           type=vnic|taknic|container|crxport|sriov|\n"
+    "                           dvpgport|N (default vnic), parent=VIF_ID,\n"
+    "                           mac=MAC (repeatable),\n"
+    "                           binding=IP/MAC/VLAN/METHOD[/TIMESTAMP]\n"
+    "                           (repeatable), smartnic, pieces=N: split the\n"
+    "                           report into N messages with the more bit, each\n"
+    "                           holding the record head and one slice of the\n"
+    "                           bindings (or, without bindings, the MACs)\n"
+    "  vif LINK disconnect VIF_ID [hotmove]\n"
+    "                           send the VIF Update of its disconnect; forget it\n"
+    "  uplink LINK add UPLINK_PORT_ID [switch=ID] [name=CLIENT] [alias=ALIAS]\n"
+    "                           send an Uplink Update and keep the uplink\n"
+    "                           (name defaults to the port ID)\n"
+    "  uplink LINK remove UPLINK_PORT_ID\n"
+    "                           send its Uplink Update of delete; forget it\n"
+    "  outofsync LINK           send a DP Status Notification saying OutOfSync\n"
+    "  notify LINK portprop VIF_ID\n"
+    "  notify LINK taknicprop NAME\n"
+    "  notify LINK containersync VIF_ID SYNC_TYPE\n"
+    "                           send that OutOfSync or fullSync Notification\n"
+    "  stale LINK on|off        answer Session Opens with the session ID before\n"
+    "                           the one asked for\n"
+    "swsec links:\n"
+    "  solicit LINK VIF_ID      send the solicitation (type 2) for the VIF\n"
     "What is sent is recorded as \"out\"; without a connected agent, inject,\n"
-    "outofsync and drop fail, and vif only keeps the VIF (\"sent\":false).\n";
+    "drop, outofsync, notify and solicit fail, while vif, uplink and stale only\n"
+    "change what is kept (\"sent\":false).\n"
+    "\n"
+    "replay: feeds what the agent sent on LINK, as FILE recorded it, into a\n"
+    "fresh module of that protocol and prints its view as \"ports\" would.\n";
 
 int Control(int argc, char** argv) {
     std::string path = Dpsim::ControlServer::DefaultPath();
@@ -78,6 +127,35 @@ int Control(int argc, char** argv) {
     return cJSON_IsTrue(cJSON_GetObjectItemCaseSensitive(json.get(), "ok")) ? 0 : 1;
 }
 
+int Replay(int argc, char** argv) {
+    std::string name;
+    std::string error;
+    if (argc != 4) {
+        std::fputs(kUsage, stderr);
+        return 2;
+    }
+    std::unique_ptr<Dpsim::LinkProtocol> protocol =
+        Dpsim::Simulator::ParseLink(argv[3], name, error);
+    if (!protocol) {
+        std::fprintf(stderr, "dpsim: %s\n", error.c_str());
+        return 2;
+    }
+    size_t messages = 0;
+    if (!Dpsim::RecordReplay::Run(argv[2], name, *protocol, messages, error)) {
+        std::fprintf(stderr, "dpsim replay: %s\n", error.c_str());
+        return 1;
+    }
+    Dpsim::JsonPtr view(cJSON_CreateObject());
+    cJSON_AddStringToObject(view.get(), "link", name.c_str());
+    cJSON_AddStringToObject(view.get(), "protocol", protocol->Name());
+    cJSON_AddNumberToObject(view.get(), "messages", static_cast<double>(messages));
+    protocol->AddPorts(view.get());
+    char* text = cJSON_PrintUnformatted(view.get());
+    std::printf("%s\n", text != nullptr ? text : "{}");
+    cJSON_free(text);
+    return 0;
+}
+
 void PrintServing(const std::string& name) {
     std::printf("dpsim serving %s\n", name.c_str());
     std::fflush(stdout);
@@ -88,6 +166,9 @@ void PrintServing(const std::string& name) {
 int main(int argc, char** argv) {
     if (argc > 1 && std::strcmp(argv[1], "ctl") == 0) {
         return Control(argc, argv);
+    }
+    if (argc > 1 && std::strcmp(argv[1], "replay") == 0) {
+        return Replay(argc, argv);
     }
     std::vector<std::string> links;
     std::string record;
@@ -103,24 +184,17 @@ int main(int argc, char** argv) {
             continue;
         }
         if ((arg == "--link" || arg == "--record") && i + 1 < argc) {
-            std::string value = argv[++i];
+            const std::string value = argv[++i];
+            std::string name;
+            std::string error;
             if (arg == "--record") {
                 record = value;
-                continue;
-            }
-            const size_t colon = value.rfind(':');
-            if (colon != std::string::npos) {
-                if (value.substr(colon + 1) != "kcp") {
-                    std::fprintf(stderr, "dpsim: unsupported protocol in --link %s\n", value.c_str());
-                    return 2;
-                }
-                value.resize(colon);
-            }
-            if (value.empty()) {
-                std::fputs("dpsim: empty link name\n", stderr);
+            } else if (!Dpsim::Simulator::ParseLink(value, name, error)) {
+                std::fprintf(stderr, "dpsim: %s\n", error.c_str());
                 return 2;
+            } else {
+                links.push_back(value);
             }
-            links.push_back(value);
             continue;
         }
         std::fprintf(stderr, "dpsim: unexpected argument %s\n\n%s", arg.c_str(), kUsage);

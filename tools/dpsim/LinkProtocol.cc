@@ -1,0 +1,18 @@
+#include "LinkProtocol.h"
+
+#include "KcpProtocol.h"
+#include "SwsecProtocol.h"
+
+namespace Dpsim {
+
+std::unique_ptr<LinkProtocol> LinkProtocol::Create(const std::string& name) {
+    if (name == "kcp") {
+        return std::make_unique<KcpProtocol>();
+    }
+    if (name == "swsec") {
+        return std::make_unique<SwsecProtocol>();
+    }
+    return nullptr;
+}
+
+}  // namespace Dpsim

@@ -12,7 +12,7 @@ once=false
 bash scripts/setup.sh
 echo "== building"
 cmake -S . -B build-release -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DZEF_BUILD_TESTS=OFF >/dev/null
-cmake --build build-release --target zef-cfgagent loftdb loftdb-ctl
+cmake --build build-release --target zef-cfgagent loftdb loftdb-ctl zef-proxy-echo
 
 work=$(mktemp -d /tmp/zef-run-XXXXXX)
 root="$work/root"
@@ -20,6 +20,7 @@ mkdir -p "$root/etc/halden/zef"
 cp config/zef-cfgagent.xml "$root/etc/halden/zef/zef-cfgagent.xml"
 export ZEF_HOST_ROOT="$root"
 export ZEF_LOFTDB_ENDPOINT=${ZEF_LOFTDB_ENDPOINT:-tcp://127.0.0.1:2480}
+export ZEF_PROXY_ENDPOINT=${ZEF_PROXY_ENDPOINT:-tcp://127.0.0.1:4096}
 bin="$top/build-release"
 ctl=("$bin/tools/loftdb-ctl" --endpoint "$ZEF_LOFTDB_ENDPOINT")
 socket="$root/var/run/halden/zef-cfgagent/cfgagent-cli"
@@ -42,6 +43,11 @@ echo "== loftdb on $ZEF_LOFTDB_ENDPOINT, data in $work/data"
 "$bin/tools/loftdb" --listen "$ZEF_LOFTDB_ENDPOINT" --data-dir "$work/data" >"$work/loftdb.log" 2>&1 &
 pids+=($!)
 wait_for "$work/loftdb.log" "loftdb listening on"
+
+echo "== zef-proxy-echo on $ZEF_PROXY_ENDPOINT, answering the agent's health pings"
+"$bin/tools/zef-proxy-echo" --endpoint "$ZEF_PROXY_ENDPOINT" >"$work/proxy-echo.log" 2>&1 &
+pids+=($!)
+wait_for "$work/proxy-echo.log" "zef-proxy-echo serving"
 
 echo "== zef-cfgagent under $root (log: $work/agent.log)"
 "$bin/src/zef-cfgagent" >"$work/agent.log" 2>&1 &

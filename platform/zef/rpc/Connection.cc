@@ -1,6 +1,7 @@
 #include "zef/rpc/Connection.h"
 
 #include <future>
+#include <sstream>
 
 #include "frame/log/zef/Logger.h"
 #include "zef/LibraryLogLevels.h"
@@ -8,9 +9,21 @@
 
 namespace zef::rpc {
 
+namespace {
+
+std::string SocketText(const boost::asio::ip::tcp::socket& socket) {
+    boost::system::error_code error;
+    std::ostringstream text;
+    text << socket.local_endpoint(error) << " -> " << socket.remote_endpoint(error);
+    return text.str();
+}
+
+}  // namespace
+
 Connection::Connection(boost::asio::ip::tcp::socket socket,
                        std::shared_ptr<const ServiceTable> services, std::string localEndpointId)
-    : _socket(std::make_shared<net::FramedSocket>(std::move(socket), kMaxFrame)),
+    : _text(SocketText(socket)),
+      _socket(std::make_shared<net::FramedSocket>(std::move(socket), kMaxFrame)),
       _services(std::move(services)),
       _localEndpointId(std::move(localEndpointId)) {}
 
@@ -20,7 +33,10 @@ void Connection::Start() {
     // The handlers keep the connection alive while its socket is open; the
     // socket drops them when it closes.
     _socket->Start([self = shared_from_this()](std::string frame) { self->OnFrame(frame); },
-                   [self = shared_from_this()](const std::string&) { self->FailPending(); });
+                   [self = shared_from_this()](const std::string& why) {
+                       self->FailPending();
+                       self->NotifyClosed(why);
+                   });
     RpcFrameMsg hello;
     hello.set_endpoint_id(_localEndpointId);
     _socket->Send(hello.SerializeAsString());
@@ -67,6 +83,37 @@ Connection::Status Connection::CallSync(const std::string& service, const std::s
 }
 
 void Connection::Close() { _socket->Close("closed"); }
+
+uint64_t Connection::AddCloseListener(CloseListener listener) {
+    std::string why;
+    {
+        std::lock_guard<std::mutex> guard(_mutex);
+        if (!_endedWhy) {
+            _closeListeners.emplace(_nextListenerId, std::move(listener));
+            return _nextListenerId++;
+        }
+        why = *_endedWhy;
+    }
+    listener(why);
+    return 0;
+}
+
+void Connection::RemoveCloseListener(uint64_t id) {
+    std::lock_guard<std::mutex> guard(_mutex);
+    _closeListeners.erase(id);
+}
+
+void Connection::NotifyClosed(const std::string& why) {
+    std::map<uint64_t, CloseListener> listeners;
+    {
+        std::lock_guard<std::mutex> guard(_mutex);
+        _endedWhy = why;
+        listeners.swap(_closeListeners);
+    }
+    for (auto& [id, listener] : listeners) {
+        listener(why);
+    }
+}
 
 void Connection::FailPending() {
     std::map<uint64_t, ResponseCallback> pending;

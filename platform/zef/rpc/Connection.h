@@ -8,6 +8,7 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 
 #include "rpc.pb.h"
@@ -29,6 +30,7 @@ public:
     static constexpr uint32_t kMaxFrame = 64u << 20;
     using Status = RpcFrameMsg::Status;
     using ResponseCallback = std::function<void(Status, const std::string& payload)>;
+    using CloseListener = std::function<void(const std::string& why)>;
 
     Connection(boost::asio::ip::tcp::socket socket, std::shared_ptr<const ServiceTable> services,
                std::string localEndpointId);
@@ -48,11 +50,20 @@ public:
 
     bool IsOpen() const { return _open.load(); }
     std::string PeerEndpointId() const;
+    // "local -> remote" addresses, for logs.
+    const std::string& Text() const { return _text; }
+
+    // Called once, on the RPC thread, when the connection ends; at once, on
+    // the caller's thread, when it has already ended. The id removes it.
+    uint64_t AddCloseListener(CloseListener listener);
+    void RemoveCloseListener(uint64_t id);
 
 private:
     void OnFrame(const std::string& bytes);
     void FailPending();
+    void NotifyClosed(const std::string& why);
 
+    const std::string _text;
     const std::shared_ptr<net::FramedSocket> _socket;
     const std::shared_ptr<const ServiceTable> _services;
     const std::string _localEndpointId;
@@ -62,6 +73,9 @@ private:
     uint64_t _nextCallId = 1;
     std::map<uint64_t, ResponseCallback> _pending;
     std::string _peerEndpointId;
+    uint64_t _nextListenerId = 1;
+    std::map<uint64_t, CloseListener> _closeListeners;
+    std::optional<std::string> _endedWhy;
 };
 
 }  // namespace zef::rpc

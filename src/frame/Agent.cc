@@ -16,6 +16,7 @@
 #include <utility>
 
 #include "cache/StateCache.h"
+#include "cache/StateCacheObserver.h"
 #include "cli/CliServer.h"
 #include "frame/AgentConfig.h"
 #include "frame/AppEntry.h"
@@ -205,6 +206,8 @@ int Agent::Run() {
     auto updateQueue = std::make_shared<UpdateQueue>(UpdateQueue::kNoLimit, true, true);
     auto loftdbClient = zef::MakeRef<LoftdbClient>(updateQueue, Endpoints::Loftdb());
     std::shared_ptr<zef::upm::UPMService> upmService = loftdbClient->UpmService();
+    auto stateCacheObserver = zef::MakeRef<StateCacheObserver>(*loftdbClient, stateCache);
+    stateCacheObserver->Start();
     auto dispatcher = zef::MakeRef<MsgDispatcher>(updateQueue);
     dispatcher->Register(CONFIGCACHE, zef::RefPtr<Component>(stateCache->ConfigTable()));
 
@@ -214,7 +217,8 @@ int Agent::Run() {
     zef::RefPtr<ConfigApp> configApp;
     for (const AppEntry& entry : entries) {
         if (entry.enabled && entry.name == "config" && !configApp) {
-            configApp = zef::MakeRef<ConfigApp>(stateCache->ConfigTable(), dispatcher, *loftdbClient);
+            configApp = zef::MakeRef<ConfigApp>(stateCache->ConfigTable(), dispatcher, *loftdbClient,
+                                                provider.get());
             configApp->Init(entry.config);
             CFG_LOG(LL_INFO, "Config application starts");
         }
@@ -230,6 +234,7 @@ int Agent::Run() {
         if (cli) {
             cli->Stop();
         }
+        stateCacheObserver->Stop();
         dispatcher->Stop();
     });
 
@@ -249,7 +254,11 @@ int Agent::Run() {
     sha->Start();
     sha->RegisterCombinedMessageMetricCollection(
         ShaStatus::kCollectionName,
-        [](void*) { return ShaStatus::CombinedMessage(false); }, nullptr, 20);
+        [](void* context) {
+            const auto* app = static_cast<const ConfigApp*>(context);
+            return ShaStatus::CombinedMessage(app != nullptr && app->LoftdbConnected());
+        },
+        configApp.get(), 20);
     sha->StartMetricCollection();
     sha->StartProcessHeartbeat(5, 30);
 

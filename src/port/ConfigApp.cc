@@ -5,6 +5,7 @@
 
 #include "cache/StateCacheConfigTable.h"
 #include "frame/AgentLock.h"
+#include "frame/DaemonHealthMonitor.h"
 #include "frame/IoContexts.h"
 #include "frame/NodeType.h"
 #include "frame/log/Logger.h"
@@ -70,13 +71,19 @@ uint32_t ConfigApp::SessionIdSeed(uint64_t micros) {
 }
 
 ConfigApp::ConfigApp(zef::RefPtr<StateCacheConfigTable> configTable,
-                     zef::RefPtr<MsgDispatcher> dispatcher, ILoftdbClient& loftdbClient)
+                     zef::RefPtr<MsgDispatcher> dispatcher, ILoftdbClient& loftdbClient,
+                     zef::AsioZefProvider* provider)
     : _configTable(std::move(configTable)),
       _dispatcher(std::move(dispatcher)),
       _loftdbClient(loftdbClient),
       _dvsPropConvertor(zef::MakeRef<DVSPropConvertor>(*_configTable, *this)),
       _ipDiscovery(zef::MakeRef<IpDiscovery>(*_configTable, loftdbClient, *this)),
-      _sessionId(SessionIdSeed(MicrosNow())) {}
+      _sessionId(SessionIdSeed(MicrosNow())) {
+    if (provider != nullptr) {
+        _healthMonitor =
+            zef::MakeRef<DaemonHealthMonitor>(_dvsPropConvertor.get(), &_loftdbClient, *provider);
+    }
+}
 
 ConfigApp::~ConfigApp() = default;
 
@@ -93,6 +100,9 @@ bool ConfigApp::Init(const boost::property_tree::ptree& config) {
     }
     _dispatcher->Register(CONFIGAPP, zef::RefPtr<Component>(this));
     _dvsPropConvertor->Start();
+    if (_healthMonitor) {
+        _healthMonitor->Start();
+    }
     return true;
 }
 
@@ -125,9 +135,16 @@ void ConfigApp::Stop() {
     }
     _configTable->UnregisterDesiredStateObserver(this);
     _dispatcher->Unregister(zef::RefPtr<Component>(this));
+    if (_healthMonitor) {
+        _healthMonitor->Stop();
+    }
     if (_dvsPropConvertor) {
         _dvsPropConvertor->Stop();
     }
+}
+
+bool ConfigApp::LoftdbConnected() const {
+    return _healthMonitor && _healthMonitor->LoftdbConnected() != 0;
 }
 
 bool ConfigApp::SendToDP(std::span<const uint8_t> message) {

@@ -20,8 +20,13 @@
 #include "port/UplinkInfo.h"
 #include "zef/RefPtr.h"
 
+namespace zef {
+class AsioZefProvider;
+}
+
 namespace CfgAgent {
 
+class DaemonHealthMonitor;
 class DVSPropConvertor;
 class ILoftdbClient;
 class IpDiscovery;
@@ -50,8 +55,9 @@ public:
         SESSION_REPORTED = 3,
     };
 
+    // Without a provider there is no health monitor.
     ConfigApp(zef::RefPtr<StateCacheConfigTable> configTable, zef::RefPtr<MsgDispatcher> dispatcher,
-              ILoftdbClient& loftdbClient);
+              ILoftdbClient& loftdbClient, zef::AsioZefProvider* provider = nullptr);
     ~ConfigApp() override;
 
     // Registers and makes the links; nothing talks to the kernel yet.
@@ -81,6 +87,8 @@ public:
     bool DpFullSyncDone() const { return _dpFullSyncDone; }
     bool IpDisFullSyncDone() const { return _ipDisFullSyncDone; }
     std::vector<std::string> PendingHotmoveStatus() const;
+    // Whether the health monitor counts the store as connected; false without one.
+    bool LoftdbConnected() const;
 
     // The first session ID of a process started at `micros` since the epoch.
     static uint32_t SessionIdSeed(uint64_t micros);
@@ -110,6 +118,7 @@ private:
     zef::RefPtr<DVSPropConvertor> _dvsPropConvertor;
     zef::RefPtr<IpDiscovery> _ipDiscovery;
     zef::RefPtr<DataplaneLink> _link;
+    zef::RefPtr<DaemonHealthMonitor> _healthMonitor;
 
     bool _dpFullSyncDone = false;
     bool _storeSyncHandled = false;

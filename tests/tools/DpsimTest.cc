@@ -546,6 +546,69 @@ TEST_F(DpsimTest, VifOptionsShapeTheReportsTheAgentReceives) {
     EXPECT_STREQ(cJSON_GetArrayItem(vifs, 0)->valuestring, "vif-s");
 }
 
+std::vector<std::string> KeptVifs(const JsonPtr& status) {
+    const cJSON* link = cJSON_GetArrayItem(cJSON_GetObjectItemCaseSensitive(status.get(), "links"), 0);
+    std::vector<std::string> ids;
+    const cJSON* vif = nullptr;
+    cJSON_ArrayForEach(vif, cJSON_GetObjectItemCaseSensitive(link, "vifs")) {
+        ids.push_back(vif->valuestring);
+    }
+    return ids;
+}
+
+TEST_F(DpsimTest, VifFileKeepsEveryLineTheLastOfARepeatedVifWinningAndReportsToTheAgent) {
+    const std::string path = _root + "/vifs.txt";
+    std::ofstream(path) << "vif-a port=port-a1 switch=sw-1\n"
+                           "\n"
+                           "vif-b type=container parent=vif-a\n"
+                           "vif-a port=port-a2 switch=sw-2\n";
+    const std::string command = std::string("vif ") + kLink + " connect-file " + path;
+    ASSERT_TRUE(Ok(Ask(command)));
+    EXPECT_EQ(KeptVifs(Ask("status")), (std::vector<std::string>{"vif-a", "vif-b"}));
+
+    OpenLink();
+    ASSERT_TRUE(
+        SendCopy(*_link, CfgAgent::KcpSessionCodec::Build(CfgAgent::KCP_SESSION_OPEN, kSession)));
+    ASSERT_TRUE(_received->WaitForMessages(4));
+    std::vector<Message> messages = _received->Messages();
+    CfgAgent::KcpVifUpdate first;
+    CfgAgent::KcpVifUpdate second;
+    ASSERT_TRUE(ReadVifUpdate(messages[1], first));
+    ASSERT_TRUE(ReadVifUpdate(messages[2], second));
+    ASSERT_EQ(first.records.size(), 1u);
+    EXPECT_EQ(first.records[0].vifId, "vif-a");
+    EXPECT_EQ(first.records[0].portId, "port-a2");
+    EXPECT_EQ(first.records[0].switchId, "sw-2");
+    ASSERT_EQ(second.records.size(), 1u);
+    EXPECT_EQ(second.records[0].vifId, "vif-b");
+    EXPECT_EQ(second.records[0].portId, "vif-b");
+    EXPECT_EQ(second.records[0].vifType, CfgAgent::KCP_VIF_CONTAINER);
+
+    // With the agent there, the file's VIFs go out at once, kept ones replaced.
+    std::ofstream(path, std::ios::trunc) << "vif-c\nvif-b port=port-b2\n";
+    const JsonPtr answer = Ask(command);
+    ASSERT_TRUE(Ok(answer));
+    EXPECT_TRUE(cJSON_IsTrue(cJSON_GetObjectItemCaseSensitive(answer.get(), "sent")));
+    ASSERT_TRUE(_received->WaitForMessages(6));
+    messages = _received->Messages();
+    CfgAgent::KcpVifUpdate replaced;
+    ASSERT_TRUE(ReadVifUpdate(messages[5], replaced));
+    ASSERT_EQ(replaced.records.size(), 1u);
+    EXPECT_EQ(replaced.records[0].portId, "port-b2");
+    EXPECT_EQ(KeptVifs(Ask("status")), (std::vector<std::string>{"vif-a", "vif-b", "vif-c"}));
+}
+
+TEST_F(DpsimTest, VifFileWithABadLineOrNoFileKeepsNothing) {
+    const std::string path = _root + "/vifs.txt";
+    std::ofstream(path) << "vif-a\nvif-b type=fridge\n";
+    const std::string prefix = std::string("vif ") + kLink + " connect-file ";
+    const JsonPtr bad = Ask(prefix + path);
+    EXPECT_FALSE(Ok(bad));
+    EXPECT_NE(Text(bad.get(), "error").find(path + ":2:"), std::string::npos) << Text(bad.get(), "error");
+    EXPECT_FALSE(Ok(Ask(prefix + _root + "/absent.txt")));
+    EXPECT_TRUE(KeptVifs(Ask("status")).empty());
+}
+
 TEST_F(DpsimTest, SessionOpenReportsUplinksAndStaleModeAnswersWithTheSessionBefore) {
     const std::string prefix = std::string("uplink ") + kLink;
     // Kept without an agent, told to the one that comes.

@@ -1,8 +1,11 @@
 #!/usr/bin/env bash
-# The main job: builds, then runs the store, the agent and a sample desired
-# state under a temporary host root, and shows what the agent took in.
+# The main job: builds, then runs the store, the dataplane simulator and the
+# agent under a temporary host root, applies a sample desired state, connects
+# its VIFs in the simulator, and shows what reached the dataplane and what
+# came back to the store.
 #   scripts/run.sh          runs until Ctrl-C
 #   scripts/run.sh --once   stops by itself after the summary
+# ZEF_BUILD_DIR picks the build folder (default build-release).
 set -euo pipefail
 top=$(cd "$(dirname "$0")/.." && pwd)
 cd "$top"
@@ -11,8 +14,9 @@ once=false
 
 bash scripts/setup.sh
 echo "== building"
-cmake -S . -B build-release -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DZEF_BUILD_TESTS=OFF >/dev/null
-cmake --build build-release --target zef-cfgagent loftdb loftdb-ctl zef-proxy-echo
+build=${ZEF_BUILD_DIR:-build-release}
+cmake -S . -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DZEF_BUILD_TESTS=OFF >/dev/null
+cmake --build "$build" --target zef-cfgagent loftdb loftdb-ctl zef-proxy-echo dpsim
 
 work=$(mktemp -d /tmp/zef-run-XXXXXX)
 root="$work/root"
@@ -21,9 +25,12 @@ cp config/zef-cfgagent.xml "$root/etc/halden/zef/zef-cfgagent.xml"
 export ZEF_HOST_ROOT="$root"
 export ZEF_LOFTDB_ENDPOINT=${ZEF_LOFTDB_ENDPOINT:-tcp://127.0.0.1:2480}
 export ZEF_PROXY_ENDPOINT=${ZEF_PROXY_ENDPOINT:-tcp://127.0.0.1:4096}
-bin="$top/build-release"
+bin="$top/$build"
 ctl=("$bin/tools/loftdb-ctl" --endpoint "$ZEF_LOFTDB_ENDPOINT")
+dpsim="$bin/tools/dpsim"
 socket="$root/var/run/halden/zef-cfgagent/cfgagent-cli"
+sample=config/sample-desired-state.json
+record="$work/dataplane.jsonl"
 
 pids=()
 stop() {
@@ -49,30 +56,50 @@ echo "== zef-proxy-echo on $ZEF_PROXY_ENDPOINT, answering the agent's health pin
 pids+=($!)
 wait_for "$work/proxy-echo.log" "zef-proxy-echo serving"
 
+echo "== dpsim serving kcp_taklink and swsec_taklink, recording to $record"
+"$dpsim" --link kcp_taklink:kcp --link swsec_taklink:swsec --record "$record" >"$work/dpsim.log" 2>&1 &
+pids+=($!)
+wait_for "$work/dpsim.log" "dpsim serving swsec_taklink"
+python3 scripts/mainjob.py vifs "$sample" | while read -r vif port mac binding; do
+  "$dpsim" ctl vif kcp_taklink connect "$vif" "port=$port" switch=hs-overlay "mac=$mac" \
+    "binding=$binding" >/dev/null
+  echo "  VIF $vif connected (logical port $port, $mac)"
+done
+
 echo "== zef-cfgagent under $root (log: $work/agent.log)"
 "$bin/src/zef-cfgagent" >"$work/agent.log" 2>&1 &
 pids+=($!)
 wait_for "$work/agent.log" "Start running cli server"
-grep -E "Node type|Start cfgAgent|channel status|Transaction end" "$work/agent.log" | sed 's/^.*level="[a-z]*"\] /  /'
+wait_for "$work/agent.log" "_ipDisFullSyncDone set to true"
+grep -E "Node type|Start cfgAgent|channel status|DP link status|FullSync with DP|Transaction end" \
+  "$work/agent.log" | sed 's/^.*level="[a-z]*"\] /  /'
 
-echo "== applying config/sample-desired-state.json"
-"${ctl[@]}" apply config/sample-desired-state.json
-wait_for "$work/agent.log" "Transaction end (delta update)"
-sleep 0.5
+echo "== applying $sample (loftdb-ctl apply)"
+"${ctl[@]}" apply "$sample"
+for _ in $(seq 1 300); do
+  "$dpsim" ctl ports kcp_taklink | python3 scripts/mainjob.py realised "$sample" && break
+  sleep 0.1
+done
 
-echo "== the agent's config table (ovs-appctl -t $socket cfgagent/config/remote)"
-ovs-appctl -t "$socket" cfgagent/config/remote | python3 scripts/summary.py
-echo "== cache sizes"
-ovs-appctl -t "$socket" cfgagent/cache/size
+echo "== summary"
+"${ctl[@]}" get VIF_STATE >"$work/vif-state.jsonl"
+"$dpsim" ctl ports kcp_taklink | VIF_STATE="$work/vif-state.jsonl" python3 scripts/mainjob.py summary "$sample"
 echo
+echo "  the agent's view (ovs-appctl -t \$socket cfgagent/lport/status):"
+ovs-appctl -t "$socket" cfgagent/lport/status | sed 's/^/  /'
 cat <<TXT
 == look further
   ovs-appctl -t $socket list-commands
-  ovs-appctl -t $socket cfgagent/set/loglevel debug
-  ${ctl[*]} get LOG_SWITCH_PORT_CONFIG
-  ${ctl[*]} watch --entries LOG_SWITCH_CONFIG LOG_SWITCH_PORT_CONFIG
+  ovs-appctl -t $socket cfgagent/config/lsportlist
+  ovs-appctl -t $socket cfgagent/config/local
+  ZEF_HOST_ROOT=$root $dpsim ctl ports kcp_taklink
+  ZEF_HOST_ROOT=$root $dpsim ctl vif kcp_taklink disconnect vif-web-1 hotmove
+  ZEF_HOST_ROOT=$root $dpsim ctl notify kcp_taklink portprop vif-web-2
+  ${ctl[*]} watch VIF_STATE HOTMOVE_STATUS
+  ${ctl[*]} put LOG_SWITCH_PORT_CONFIG '{"id":{"left":"2","right":"5"},"switch_id":{"left":"1","right":"2"},"attachment":{"id":"vif-app-2"},"admin_state_up":true}'
+  tail -f $record
   tail -f $work/agent.log
 TXT
 if $once; then exit 0; fi
-echo "== running; Ctrl-C stops the store and the agent"
+echo "== running; Ctrl-C stops the store, the simulator and the agent"
 wait "${pids[@]}"

@@ -350,10 +350,10 @@ std::string CliServer::PortStatus() {
         bool up = false;
         if (StoredValue(table, LOG_SWITCH_PORT_CONFIG, LSP_SWITCH_ID, id, port) && port.has_switch_id()) {
             switchText = UuidToString(port.switch_id());
+            const std::string switchId = port.switch_id().SerializeAsString();
             up = StoredValue(table, LOG_SWITCH_PORT_CONFIG, LSP_ADMIN_STATE_UP, id, port) &&
                  port.admin_state_up() &&
-                 StoredValue(table, LOG_SWITCH_CONFIG, LS_ADMIN_STATE_UP,
-                             port.switch_id().SerializeAsString(), logicalSwitch) &&
+                 StoredValue(table, LOG_SWITCH_CONFIG, LS_ADMIN_STATE_UP, switchId, logicalSwitch) &&
                  logicalSwitch.admin_state_up();
         }
         StatusColumns(out, text, up ? "up" : "down", hostSwitches[text], switchText,

@@ -1,0 +1,101 @@
+#!/usr/bin/env python3
+"""Helpers of the main job.
+
+    mainjob.py vifs SAMPLE          one line per attached port of the sample:
+                                    VIF_ID PORT_UUID MAC BINDING
+    mainjob.py realised SAMPLE      exit 0 once the port table (dpsim ctl ports,
+                                    on stdin) holds every attached port with
+                                    its block key
+    mainjob.py summary SAMPLE       the port table on stdin, VIF_STATE objects
+                                    (loftdb-ctl get lines) in the file $VIF_STATE
+"""
+import json
+import os
+import sys
+
+
+def uuid(ident):
+    left, right = int(ident["left"]), int(ident["right"])
+    text = "%016x%016x" % (left, right)
+    return "%s-%s-%s-%s-%s" % (text[:8], text[8:12], text[12:16], text[16:20], text[20:])
+
+
+def attached_ports(sample):
+    with open(sample) as f:
+        modify = json.load(f)["modify"]
+    for entry in modify:
+        put = entry.get("put", {})
+        if put.get("type") == "LOG_SWITCH_PORT_CONFIG":
+            vif = put["object"].get("attachment", {}).get("id")
+            if vif:
+                yield vif, uuid(put["object"]["id"])
+
+
+def vifs(sample):
+    for number, (vif, port) in enumerate(attached_ports(sample), start=1):
+        mac = "02:00:00:00:00:%02x" % number
+        print(vif, port, mac, "10.1.0.%d/%s/0/1" % (number, mac))
+
+
+def table(stdin):
+    answer = json.load(stdin)
+    return answer["links"][0]["ports"] if answer.get("ok") else {}
+
+
+def realised(sample):
+    ports = table(sys.stdin)
+    wanted = [vif for vif, _ in attached_ports(sample)]
+    return 0 if all(vif in ports and ports[vif].get("blocked") is not None for vif in wanted) else 1
+
+
+def number(port, key):
+    value = port["properties"].get(key)
+    return str(value.get("number", value["hex"])) if value else "-"
+
+
+def vlan(port):
+    value = port["properties"].get("102")
+    return str(int(value["hex"][4:8], 16)) if value and value["hex"] != "0" * 16 else "-"
+
+
+def summary(sample):
+    ports = table(sys.stdin)
+    print("  what reached the dataplane (dpsim's port table):")
+    print("  %-14s %-38s %-6s %-5s %-8s %s" % ("VIF", "logical port", "VNI", "VLAN", "blocked", "keys"))
+    for vif, lsp in attached_ports(sample):
+        port = ports.get(vif)
+        if port is None:
+            print("  %-14s %-38s (not in the port table)" % (vif, lsp))
+            continue
+        keys = ",".join(sorted(port["properties"], key=int))
+        print("  %-14s %-38s %-6s %-5s %-8s %s" % (vif, lsp, number(port, "1"), vlan(port),
+                                                    str(port.get("blocked")).lower(), keys))
+    print()
+    print("  what came back to the store (VIF_STATE):")
+    with open(os.environ["VIF_STATE"]) as f:
+        for line in f:
+            state = json.loads(line)
+            macs = ["%012x" % int(m["mac"]) for m in state.get("macs", [])]
+            ips = []
+            for binding in state.get("discovered_bindings", []):
+                ipv4 = binding.get("ip", {}).get("ipv4")
+                if ipv4 is not None:
+                    ips.append(".".join(str((ipv4 >> s) & 255) for s in (24, 16, 8, 0)))
+            print("  %-14s macs %-14s addresses %s" % (state["id"], ",".join(macs) or "-",
+                                                       ",".join(ips) or "-"))
+
+
+def main():
+    command, sample = sys.argv[1], sys.argv[2]
+    if command == "vifs":
+        vifs(sample)
+    elif command == "realised":
+        sys.exit(realised(sample))
+    elif command == "summary":
+        summary(sample)
+    else:
+        sys.exit(__doc__)
+
+
+if __name__ == "__main__":
+    main()

@@ -82,11 +82,8 @@ Message Framed(size_t length, unsigned char seed) {
     return message;
 }
 
-// The link takes ownership of a malloc'd copy.
-bool SendCopy(DataplaneLink& link, const Message& message) {
-    auto* block = static_cast<unsigned char*>(std::malloc(message.size()));
-    std::memcpy(block, message.data(), message.size());
-    return link.send(block, static_cast<int>(message.size()));
+bool SendTo(DataplaneLink& link, const Message& message) {
+    return link.sendCopy({message.data(), message.size()});
 }
 
 const auto UP = DataplaneLink::LINK_UP;
@@ -149,7 +146,7 @@ TEST_F(DataplaneLinkTest, MessagesQueuedWhileDownLeaveInOrderOnceConnected) {
     EXPECT_TRUE(link->open());
     const std::vector<Message> queued = {Framed(16, 1), Framed(700, 2), Framed(5, 3)};
     for (const Message& message : queued) {
-        ASSERT_TRUE(SendCopy(*link, message));
+        ASSERT_TRUE(SendTo(*link, message));
     }
 
     LinkTestPeer peer(EndpointPath("kcp_taklink"));
@@ -157,7 +154,7 @@ TEST_F(DataplaneLinkTest, MessagesQueuedWhileDownLeaveInOrderOnceConnected) {
     ASSERT_TRUE(_recorder->WaitForStatuses(1));
     ASSERT_TRUE(peer.WaitForMessages(3, kBound));
     const Message later = Framed(40, 4);
-    ASSERT_TRUE(SendCopy(*link, later));
+    ASSERT_TRUE(SendTo(*link, later));
     ASSERT_TRUE(peer.WaitForMessages(4, kBound));
 
     EXPECT_EQ(peer.Messages(), (std::vector<Message>{queued[0], queued[1], queued[2], later}));
@@ -194,7 +191,7 @@ TEST_F(DataplaneLinkTest, PeerCloseIsAReceiveErrorAndTheLinkComesBack) {
     ASSERT_TRUE(peer.WaitForAccepts(2, kBound));
 
     const Message message = Framed(64, 9);
-    ASSERT_TRUE(SendCopy(*link, message));
+    ASSERT_TRUE(SendTo(*link, message));
     ASSERT_TRUE(peer.WaitForMessages(1, kBound));
     EXPECT_EQ(peer.Messages(), std::vector<Message>{message});
 }
@@ -262,7 +259,7 @@ TEST_F(DataplaneLinkTest, NameThatFillsTheSocketPathConnectsOneMoreFailsCleanly)
     for (const std::string& name : {std::string(room + 1, 'g'), std::string(200, 'h')}) {
         zef::RefPtr<DataplaneLink> tooLong = MakeLink(name, tooLongRecorder);
         EXPECT_TRUE(tooLong->open());
-        EXPECT_TRUE(SendCopy(*tooLong, Framed(8, 1)));
+        EXPECT_TRUE(SendTo(*tooLong, Framed(8, 1)));
         tooLong->close();
         tooLong->stop();
     }
@@ -282,19 +279,19 @@ TEST_F(DataplaneLinkTest, StopEndsBothLoopsAndTheTimerAndReleasesTheLink) {
         [recorder](DataplaneLink*, DataplaneLink::LinkStatus status) { recorder->OnStatus(status); },
         nullptr, 4096);
     ASSERT_TRUE(link->open());
-    ASSERT_TRUE(SendCopy(*link, Framed(12, 5)));
+    ASSERT_TRUE(SendTo(*link, Framed(12, 5)));
     ASSERT_TRUE(peer.WaitForMessages(1, kBound));
 
     // Never connected, with messages still queued: stop must free them.
     auto idle = zef::MakeRef<DataplaneTaklink>("idle_taklink", nullptr, nullptr, nullptr, 4096);
     ASSERT_TRUE(idle->open());
-    ASSERT_TRUE(SendCopy(*idle, Framed(32, 6)));
-    ASSERT_TRUE(SendCopy(*idle, Framed(33, 7)));
+    ASSERT_TRUE(SendTo(*idle, Framed(32, 6)));
+    ASSERT_TRUE(SendTo(*idle, Framed(33, 7)));
 
     link->stop();
     idle->stop();
     EXPECT_EQ(recorder->Statuses(), (Statuses{UP, DOWN}));
-    EXPECT_FALSE(SendCopy(*link, Framed(12, 6)));
+    EXPECT_FALSE(SendTo(*link, Framed(12, 6)));
 
     // The loops, the timer and the link itself let go: the callbacks die with it.
     recorder.reset();

@@ -14,6 +14,7 @@
 #include "frame/vocabulary/UuidText.h"
 #include "loftdb_switching.pb.h"
 #include "loftdb_system.pb.h"
+#include "cache/ConfigEntry.h"
 #include "port/KCPMsgConvertor.h"
 #include "port/KcpTypes.h"
 #include "port/PortList.h"
@@ -111,6 +112,7 @@ void DVSPropConvertor::InitHandlerMap() {
     _cfgUpdateHandlerMap[LSP_EXTRA_CONFIGS] = &DVSPropConvertor::HandleLogicalPortExtraConfig;
     _cfgUpdateHandlerMap[LS_EXTRA_CONFIGS] = &DVSPropConvertor::HandleLogicalSwitchExtraConfig;
     _cfgUpdateHandlerMap[LS_ATTACHMENT] = &DVSPropConvertor::HandleChildLogicalSwitch;
+    _cfgUpdateHandlerMap[TN_TRANSPORT_SWITCHES] = &DVSPropConvertor::HandleTransportSwitches;
 }
 
 void DVSPropConvertor::Start() {
@@ -524,6 +526,76 @@ bool DVSPropConvertor::HandleChildLogicalSwitch(const std::string& id, uint32_t 
     return false;
 }
 
+void DVSPropConvertor::AddForwardingModes(const std::string& value,
+                                          std::vector<DPGlobalProperty>& properties) {
+    halden::zef::loftdb::TransportNodeConfigMsg node;
+    if (!node.ParseFromString(value)) {
+        return;
+    }
+    for (const auto& transportSwitch : node.transport_switches()) {
+        if (transportSwitch.zef_security_enabled()) {
+            CFG_LOG(LL_INFO, "Skip transport switch enabled with ZEF security: %1",
+                    transportSwitch.host_switch_id());
+            continue;
+        }
+        CFG_LOG(LL_DEBUG, "Build forwarding mode global property");
+        uint32_t mode = transportSwitch.forwarding_mode();
+        if (mode == 0) {
+            mode = 1;
+        } else if (mode > 3) {
+            CFG_LOG(LL_ERROR, "Unexpected Forwarding mode %1, defaulting to %2", mode, 1);
+            mode = 1;
+        }
+        CFG_LOG(LL_INFO, "Forwarding mode is %1 for host switch [%2]", mode,
+                transportSwitch.host_switch_id());
+        properties.push_back({transportSwitch.host_switch_id(),
+                              PortPropertyValues::Number32(PortPropertyValues::HDS_FORWARDING_MODE, mode)});
+    }
+}
+
+bool DVSPropConvertor::HandleTransportSwitches(const std::string&, uint32_t operation, uint32_t,
+                                               const std::string& value, DPUpdate&) {
+    halden::zef::loftdb::TransportNodeConfigMsg node;
+    node.ParseFromString(value);
+    if (node.transport_switches_size() == 0) {
+        CFG_LOG(LL_INFO, "No host switch is configured!");
+        return false;
+    }
+    if (operation == OP_DELETE) {
+        std::vector<DPGlobalProperty> cleared;
+        for (const auto& transportSwitch : node.transport_switches()) {
+            CFG_LOG(LL_INFO, "Reset global property for tSwitch %1", transportSwitch.host_switch_id());
+            cleared.push_back({transportSwitch.host_switch_id(),
+                               PortPropertyValues::Removal(PortPropertyValues::HDS_FORWARDING_MODE)});
+        }
+        _kcpMsgConvertor->SendGlobalProperties(KCP_OP_FULL_SYNC, cleared);
+        return false;
+    }
+    for (const auto& transportSwitch : node.transport_switches()) {
+        CFG_LOG(LL_INFO, "Set global properties for tSwitch %1", transportSwitch.host_switch_id());
+    }
+    std::vector<DPGlobalProperty> properties;
+    AddForwardingModes(value, properties);
+    _kcpMsgConvertor->SendGlobalProperties(KCP_OP_UPDATE, properties);
+    return false;
+}
+
+std::vector<std::string> DVSPropConvertor::HostSwitchIds() {
+    std::vector<std::string> ids;
+    std::vector<ConfigEntry> rows;
+    if (!_configTable.GetObjectsByType(TRANSPORT_NODE_CONFIG, TN_TRANSPORT_SWITCHES, rows)) {
+        return ids;
+    }
+    for (const ConfigEntry& row : rows) {
+        halden::zef::loftdb::TransportNodeConfigMsg node;
+        node.ParseFromString(row.value);
+        for (const auto& transportSwitch : node.transport_switches()) {
+            ids.push_back(transportSwitch.host_switch_id());
+        }
+    }
+    return ids;
+}
+
 // ---- Blocking ----
 
 void DVSPropConvertor::BuildBlockUpdate(const PortEntry& port, DPUpdate& update) {
@@ -653,10 +725,20 @@ void DVSPropConvertor::OnResyncProperty(bool fullSync) {
     Lock guard(agentLock());
     if (fullSync) {
         CFG_LOG(LL_INFO, "OnResyncProperty DVS global property");
-        _kcpMsgConvertor->SendGlobalProperties(
-            KCP_OP_FULL_SYNC,
-            {{"", PortPropertyValues::Text(PortPropertyValues::HDS_CCP_STATE,
-                                           CcpSessionUp() ? "up" : "down")}});
+        std::vector<DPGlobalProperty> globals = {
+            {"", PortPropertyValues::Text(PortPropertyValues::HDS_CCP_STATE,
+                                          CcpSessionUp() ? "up" : "down")}};
+        std::vector<ConfigEntry> nodes;
+        _configTable.GetObjectsByType(TRANSPORT_NODE_CONFIG, TN_TRANSPORT_SWITCHES, nodes);
+        for (const ConfigEntry& node : nodes) {
+            AddForwardingModes(node.value, globals);
+        }
+        if (_kcpMsgConvertor->SendHDSList(HostSwitchIds())) {
+            CFG_LOG(LL_INFO, "Send DVSList FullSync message");
+        } else {
+            CFG_LOG(LL_ERROR, "Failed to send portList fullSync msg");
+        }
+        _kcpMsgConvertor->SendGlobalProperties(KCP_OP_FULL_SYNC, globals);
     }
     for (const PortEntry& port : Ports()) {
         if (!fullSync && !port.outOfSync) {

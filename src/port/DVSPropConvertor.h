@@ -128,6 +128,12 @@ private:
                                         DPUpdate& update);
     bool HandleChildLogicalSwitch(const std::string& id, uint32_t operation, uint32_t propertyType,
                                   const std::string& value, DPUpdate& update);
+    bool HandleTransportSwitches(const std::string& id, uint32_t operation, uint32_t propertyType,
+                                 const std::string& value, DPUpdate& update);
+    // The host switches of every stored transport node, and their properties.
+    std::vector<std::string> HostSwitchIds();
+    void AddForwardingModes(const std::string& transportSwitches,
+                            std::vector<DPGlobalProperty>& properties);
     // One extra config pair of a port, or its removal.
     void AddExtraConfig(const PortEntry& port, const std::string& key,
                         const std::optional<std::string>& value, DPUpdate& update);

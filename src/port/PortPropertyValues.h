@@ -30,6 +30,7 @@ public:
     };
     enum HdsKey : uint16_t {
         HDS_CCP_STATE = 1,
+        HDS_FORWARDING_MODE = 10,
     };
     static constexpr uint32_t kMaxMacLimit = 4096;
 

@@ -13,7 +13,10 @@
 #include "frame/vocabulary/UpdateOperation.h"
 #include "frame/vocabulary/UuidText.h"
 #include "loftdb_switching.pb.h"
+#include "loftdb_system.pb.h"
 #include "port/IConfigApp.h"
+#include "port/KcpHdsUpdateCodec.h"
+#include "port/KcpIdListCodec.h"
 #include "port/KcpMessage.h"
 #include "port/KcpPropertyUpdateCodec.h"
 #include "port/KcpTypes.h"
@@ -40,6 +43,18 @@ class KernelPorts : public IConfigApp {
 public:
     bool SendToDP(std::span<const uint8_t> message) override {
         auto data = KcpMessage::FirstData(message);
+        std::vector<KcpHdsRecord> records;
+        if (data && data->Type() == KCP_HDS_PROPERTY_UPDATE &&
+            KcpHdsUpdateCodec::Decode(data->Value(), records)) {
+            for (const KcpHdsRecord& record : records) {
+                for (const KcpProperty& property : record.properties) {
+                    hds[record.hdsId][property.type] = property.value;
+                }
+            }
+        }
+        if (data && data->Type() == KCP_HDS_LIST_UPDATE) {
+            KcpIdListCodec::Decode(data->Type(), data->Value(), hdsList);
+        }
         KcpPropertyUpdate update;
         if (!data || !KcpPropertyUpdateCodec::Decode(data->Type(), data->Value(), update) ||
             data->Type() != KCP_PORT_PROPERTY_UPDATE) {
@@ -61,6 +76,8 @@ public:
         return value.empty() ? std::string() : std::string(value.begin(), value.end() - 1);
     }
     std::map<std::string, std::map<uint16_t, std::vector<uint8_t>>> ports;
+    std::map<std::string, std::map<uint16_t, std::vector<uint8_t>>> hds;
+    std::vector<std::string> hdsList;
     std::map<std::pair<std::string, uint8_t>, int> pushes;
 };
 
@@ -238,6 +255,35 @@ TEST_F(DVSPropConvertorTest, ExtraConfigsOfPortAndSwitchMeetOnThePortWithThePort
     EXPECT_EQ(_convertor->PortExtraConfigs().Of(kPort), nullptr);
     ASSERT_NE(_convertor->SwitchExtraConfigs().Of(kSwitch), nullptr);
     EXPECT_EQ(_convertor->SwitchExtraConfigs().Of(kSwitch)->at(edge), "again");
+}
+
+TEST_F(DVSPropConvertorTest, FullSyncSendsTheHostSwitchesWithTheirForwardingModes) {
+    lb::TransportNodeConfigMsg node;
+    node.add_transport_switches()->set_host_switch_id("hs-default");
+    auto* second = node.add_transport_switches();
+    second->set_host_switch_id("hs-mode2");
+    second->set_forwarding_mode(2);
+    auto* secured = node.add_transport_switches();
+    secured->set_host_switch_id("hs-secured");
+    secured->set_zef_security_enabled(true);
+    Store(TRANSPORT_NODE_CONFIG, kSwitch, TN_TRANSPORT_SWITCHES, node.SerializeAsString());
+    std::lock_guard<std::recursive_mutex> guard(agentLock());
+    _convertor->FullSync(true);
+    EXPECT_EQ(_kernel.hdsList, (std::vector<std::string>{"hs-default", "hs-mode2", "hs-secured"}));
+    EXPECT_EQ(_kernel.hds["hs-default"][10], (std::vector<uint8_t>{0, 0, 0, 1}));
+    EXPECT_EQ(_kernel.hds["hs-mode2"][10], (std::vector<uint8_t>{0, 0, 0, 2}));
+    EXPECT_EQ(_kernel.hds.count("hs-secured"), 0u);
+    EXPECT_EQ(_kernel.hds[""][1], (std::vector<uint8_t>{'d', 'o', 'w', 'n', 0}));
+    // The control plane is up once the store says so and both daemons answer.
+    lb::CcpSessionMsg session;
+    session.set_status(1);
+    _convertor->ProcessCcpSession({LoftDBUpdateMsg(CCP_SESSION, "s", OP_UPDATE, 0, session.SerializeAsString())});
+    _convertor->OnDaemonHealthStateUpdate(1, IDVSPropConvertor::HEALTH_LOFTDB);
+    EXPECT_EQ(_kernel.hds[""][1], (std::vector<uint8_t>{'d', 'o', 'w', 'n', 0}));
+    _convertor->OnDaemonHealthStateUpdate(1, IDVSPropConvertor::HEALTH_PROXY);
+    EXPECT_EQ(_kernel.hds[""][1], (std::vector<uint8_t>{'u', 'p', 0}));
+    _convertor->OnDaemonHealthStateUpdate(0, IDVSPropConvertor::HEALTH_LOFTDB);
+    EXPECT_EQ(_kernel.hds[""][1], (std::vector<uint8_t>{'d', 'o', 'w', 'n', 0}));
 }
 
 TEST_F(DVSPropConvertorTest, HotmoveQueueMergesFlagsPerVif) {

@@ -1,12 +1,26 @@
 #!/usr/bin/env bash
-# Builds the benchmarks optimised and runs them: the in-process ones, then
-# the full sync of the agent from a fresh store.
+# Builds the benchmarks optimised and runs them: the in-process ones, then the
+# agent's port road end to end beside its floor; ends with one table of all.
+#   scripts/bench.sh [BENCHMARK_OPTION...]   options go to the in-process benchmarks
+# BENCH_PORTS (default 1000,10000,100000), BENCH_QUIET_PORTS (default 10000,
+# the run at agent log level 3) and BENCH_UPDATES (default 1000) size the
+# end-to-end runs; the raw results stay in the folder printed last.
 set -euo pipefail
 top=$(cd "$(dirname "$0")/.." && pwd)
 cd "$top"
 bash scripts/setup.sh
 cmake -S . -B build-release -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DZEF_BUILD_TESTS=OFF -DZEF_BUILD_BENCH=ON >/dev/null
-cmake --build build-release --target frame_bench store_bench zef-cfgagent loftdb loftdb-ctl
-build-release/bench/frame_bench "$@"
-build-release/bench/store_bench "$@"
-python3 bench/fullsync.py build-release 10000 100000
+cmake --build build-release --target frame_bench store_bench codec_bench kcp_floor port_store \
+    zef-cfgagent loftdb dpsim zef-proxy-echo
+results=$(mktemp -d /tmp/zef-bench-XXXXXX)
+for bench in frame_bench store_bench codec_bench; do
+  "build-release/bench/$bench" --benchmark_out="$results/$bench.json" --benchmark_out_format=json "$@"
+done
+python3 bench/endtoend.py --build build-release --ports "${BENCH_PORTS:-1000,10000,100000}" \
+    --updates "${BENCH_UPDATES:-1000}" --json "$results/endtoend.json"
+# The same road without the agent's info lines, to show what they cost.
+python3 bench/endtoend.py --build build-release --ports "${BENCH_QUIET_PORTS:-10000}" \
+    --updates "${BENCH_UPDATES:-1000}" --log-level 3 --json "$results/endtoend-quiet.json"
+echo
+python3 bench/table.py "$results"
+echo "raw results: $results"

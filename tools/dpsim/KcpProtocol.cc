@@ -1,6 +1,9 @@
 #include "KcpProtocol.h"
 
 #include <algorithm>
+#include <fstream>
+#include <sstream>
+#include <unordered_map>
 
 #include "KcpCommandOptions.h"
 #include "KcpDecoder.h"
@@ -114,12 +117,16 @@ std::optional<LinkProtocol::CommandResult> KcpProtocol::Execute(
 }
 
 LinkProtocol::CommandResult KcpProtocol::Vif(const std::vector<std::string>& words) {
+    if (words.size() == 4 && words[2] == "connect-file") {
+        return ConnectFile(words[3]);
+    }
     const bool connect = words.size() >= 4 && words[2] == "connect";
     const bool disconnect = words.size() >= 4 && words[2] == "disconnect" &&
                             (words.size() == 4 || (words.size() == 5 && words[4] == "hotmove"));
     if ((!connect && !disconnect) || words[3].empty()) {
         return Failure(
-            "usage: vif LINK connect VIF_ID [OPTION...] | vif LINK disconnect VIF_ID [hotmove]");
+            "usage: vif LINK connect VIF_ID [OPTION...] | vif LINK connect-file FILE | "
+            "vif LINK disconnect VIF_ID [hotmove]");
     }
     const std::string& vifId = words[3];
     auto known = FindById(_vifs, vifId, [](const KeptVif& vif) { return vif.record.vifId; });
@@ -138,17 +145,64 @@ LinkProtocol::CommandResult KcpProtocol::Vif(const std::vector<std::string>& wor
         return result;
     }
     KeptVif vif;
-    vif.record.vifId = vif.record.portId = vifId;
-    vif.record.vifType = KCP_VIF_VNIC;
     std::string error;
-    if (!KcpCommandOptions::ParseVif(words, 4, vif.record, vif.pieces, error) ||
-        !KcpKernel::VifConnect(vif.record, vif.pieces, result.messages, error)) {
+    if (!MakeVif(words, 3, vif, result.messages, error)) {
         return Failure(error);
     }
     if (known != _vifs.end()) {
         *known = std::move(vif);
     } else {
         _vifs.push_back(std::move(vif));
+    }
+    return result;
+}
+
+bool KcpProtocol::MakeVif(const std::vector<std::string>& words, size_t at, KeptVif& vif,
+                          std::vector<Message>& messages, std::string& error) {
+    vif.record.vifId = vif.record.portId = words[at];
+    vif.record.vifType = KCP_VIF_VNIC;
+    return KcpCommandOptions::ParseVif(words, at + 1, vif.record, vif.pieces, error) &&
+           KcpKernel::VifConnect(vif.record, vif.pieces, messages, error);
+}
+
+LinkProtocol::CommandResult KcpProtocol::ConnectFile(const std::string& path) {
+    std::ifstream file(path);
+    if (!file) {
+        return Failure("cannot read " + path);
+    }
+    CommandResult result;
+    result.keepsState = true;
+    std::vector<KeptVif> read;
+    size_t number = 0;
+    for (std::string line; std::getline(file, line);) {
+        ++number;
+        std::istringstream stream(line);
+        std::vector<std::string> words;
+        for (std::string word; stream >> word;) {
+            words.push_back(word);
+        }
+        if (words.empty()) {
+            continue;
+        }
+        KeptVif vif;
+        std::string error;
+        if (!MakeVif(words, 0, vif, result.messages, error)) {
+            return Failure(path + ":" + std::to_string(number) + ": " + error);
+        }
+        read.push_back(std::move(vif));
+    }
+    // Indexed once, so that a large file costs no search per line.
+    std::unordered_map<std::string, size_t> index;
+    for (size_t i = 0; i < _vifs.size(); ++i) {
+        index.emplace(_vifs[i].record.vifId, i);
+    }
+    for (KeptVif& vif : read) {
+        const auto [at, fresh] = index.emplace(vif.record.vifId, _vifs.size());
+        if (fresh) {
+            _vifs.push_back(std::move(vif));
+        } else {
+            _vifs[at->second] = std::move(vif);
+        }
     }
     return result;
 }

@@ -33,6 +33,12 @@ private:
     // ACK, every kept VIF and uplink, then the end of the full sync.
     std::vector<Message> OpenSession(const CfgAgent::KcpSessionControl& open) const;
     CommandResult Vif(const std::vector<std::string>& words);
+    // The VIFs of a file, one `VIF_ID [OPTION...]` per line, kept in one go:
+    // a bench connects a hundred thousand of them.
+    CommandResult ConnectFile(const std::string& path);
+    // A VIF from its ID at words[at] and the options after it, with its report.
+    static bool MakeVif(const std::vector<std::string>& words, size_t at, KeptVif& vif,
+                        std::vector<Message>& messages, std::string& error);
     CommandResult Uplink(const std::vector<std::string>& words);
     CommandResult Notify(const std::vector<std::string>& words) const;
     CommandResult Stale(const std::vector<std::string>& words);

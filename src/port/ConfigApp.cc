@@ -2,6 +2,7 @@
 
 #include <boost/property_tree/ptree.hpp>
 #include <mutex>
+#include <unordered_set>
 
 #include "cache/StateCacheConfigTable.h"
 #include "frame/AgentLock.h"
@@ -179,10 +180,14 @@ void ConfigApp::UpdateDesiredState(const LoftDBUpdateList& objects, bool isFullS
 }
 
 void ConfigApp::ProcessConfigDesiredStateUpdate(const LoftDBUpdateList& updates, bool isFullSync) {
+    // In order of first mention, each once; a full load names every port.
     std::vector<std::string> ports;
     std::vector<std::string> switches;
-    auto gather = [](std::vector<std::string>& ids, const std::string& id) {
-        if (std::find(ids.begin(), ids.end(), id) == ids.end()) {
+    std::unordered_set<std::string> gatheredPorts;
+    std::unordered_set<std::string> gatheredSwitches;
+    auto gather = [](std::vector<std::string>& ids, std::unordered_set<std::string>& seen,
+                     const std::string& id) {
+        if (seen.insert(id).second) {
             ids.push_back(id);
         }
     };
@@ -196,11 +201,11 @@ void ConfigApp::ProcessConfigDesiredStateUpdate(const LoftDBUpdateList& updates,
                                                        update.operation, update.propertyType,
                                                        update.propertyValue);
         if (update.objectType == LOG_SWITCH_PORT_CONFIG && update.propertyType == LSP_ADMIN_STATE_UP) {
-            gather(ports, update.objectId);
+            gather(ports, gatheredPorts, update.objectId);
         } else if (update.objectType == LOG_SWITCH_CONFIG &&
                    (update.propertyType == LS_VNI || update.propertyType == LS_VLAN ||
                     update.propertyType == LS_ADMIN_STATE_UP || update.propertyType == LS_VLAN_TRUNK)) {
-            gather(switches, update.objectId);
+            gather(switches, gatheredSwitches, update.objectId);
         }
     }
     _dvsPropConvertor->SendPortUnblockUpdate(ports, switches);

@@ -214,23 +214,23 @@ bool DVSPropConvertor::AddSwitchProperty(const PortEntry& port, const std::strin
     }
     switch (propertyType) {
         case LS_VNI:
-            CFG_LOG(LL_INFO, "Update vni %1", config.vni());
+            CFG_LOG(LL_DEBUG, "Update vni %1", config.vni());
             update.Add(port.vifId, Values::Number32(Values::KEY_VNI, config.vni()));
             return true;
         case LS_REPLICATION_MODE:
-            CFG_LOG(LL_INFO, "Update replication_mod %1", config.replication_mode());
+            CFG_LOG(LL_DEBUG, "Update replication_mod %1", config.replication_mode());
             update.Add(port.vifId, Values::Replication(config.replication_mode()));
             return true;
         case LS_VLAN:
-            CFG_LOG(LL_INFO, "Update vlanId on async switch %1", config.vlan());
+            CFG_LOG(LL_DEBUG, "Update vlanId on async switch %1", config.vlan());
             update.Add(port.vifId, Values::Vlan(static_cast<uint16_t>(config.vlan())));
             return true;
         case LS_VLAN_TRUNK:
             if (config.vlan_trunk().ranges_size() == 0) {
-                CFG_LOG(LL_INFO, "empty trunk vlan is received");
+                CFG_LOG(LL_DEBUG, "empty trunk vlan is received");
             }
             for (const auto& range : config.vlan_trunk().ranges()) {
-                CFG_LOG(LL_INFO, "Update trunk vlan on async switch start %1, end %2", range.start(),
+                CFG_LOG(LL_DEBUG, "Update trunk vlan on async switch start %1, end %2", range.start(),
                         range.end());
             }
             update.Add(port.vifId, Values::Trunk(config.vlan_trunk()));
@@ -246,7 +246,7 @@ bool DVSPropConvertor::AddSwitchProperty(const PortEntry& port, const std::strin
                 CFG_LOG(LL_INFO, "Ignore logical switch admin state DELETE operation");
                 return false;
             }
-            CFG_LOG(LL_INFO, "Get logical switch admin state %1 message for port [%2]",
+            CFG_LOG(LL_DEBUG, "Get logical switch admin state %1 message for port [%2]",
                     config.admin_state_up(), port.vifId);
             if (config.admin_state_up()) {
                 return false;
@@ -309,7 +309,7 @@ bool DVSPropConvertor::HandleLogicalPortAdminState(const std::string& id, uint32
     }
     bool added = false;
     for (const PortEntry& port : PortsOfLogicalPort(id)) {
-        CFG_LOG(LL_INFO, "Get logical port [%1] admin state %2 message", port.lspId,
+        CFG_LOG(LL_DEBUG, "Get logical port [%1] admin state %2 message", port.lspId,
                 config.admin_state_up());
         if (!config.admin_state_up()) {
             CFG_LOG(LL_INFO, "LSP admin down, block port [%1]", port.vifId);
@@ -327,9 +327,9 @@ bool DVSPropConvertor::HandleLogicalPortAttachment(const std::string&, uint32_t 
         return false;
     }
     if (config.attachment().has_vif()) {
-        CFG_LOG(LL_INFO, "Get logical switch port attachment update message");
+        CFG_LOG(LL_DEBUG, "Get logical switch port attachment update message");
     } else {
-        CFG_LOG(LL_INFO, "No vif attachment, ignore other update");
+        CFG_LOG(LL_DEBUG, "No vif attachment, ignore other update");
     }
     return false;
 }
@@ -474,9 +474,9 @@ void DVSPropConvertor::AddSwitchExtraConfigs(const PortEntry& port, const std::s
     for (const auto& [key, value] : pairs != nullptr ? *pairs : ExtraConfigTable::Pairs{}) {
         std::optional<std::string> own = _lspExtraConfigs.Find(port.lspId, key);
         if (own) {
-            CFG_LOG(LL_INFO, "Found LSP %1 key %2 value %3", port.lspId, key, *own);
+            CFG_LOG(LL_DEBUG, "Found LSP %1 key %2 value %3", port.lspId, key, *own);
         }
-        CFG_LOG(LL_INFO, "Update LSP %1 with LS extraConfig %2 %3", port.lspId, key,
+        CFG_LOG(LL_DEBUG, "Update LSP %1 with LS extraConfig %2 %3", port.lspId, key,
                 own.value_or(value));
         AddExtraConfig(port, key, own.value_or(value), update);
     }
@@ -546,7 +546,7 @@ void DVSPropConvertor::AddForwardingModes(const std::string& value,
             CFG_LOG(LL_ERROR, "Unexpected Forwarding mode %1, defaulting to %2", mode, 1);
             mode = 1;
         }
-        CFG_LOG(LL_INFO, "Forwarding mode is %1 for host switch [%2]", mode,
+        CFG_LOG(LL_DEBUG, "Forwarding mode is %1 for host switch [%2]", mode,
                 transportSwitch.host_switch_id());
         properties.push_back({transportSwitch.host_switch_id(),
                               PortPropertyValues::Number32(PortPropertyValues::HDS_FORWARDING_MODE, mode)});
@@ -604,7 +604,7 @@ void DVSPropConvertor::BuildBlockUpdate(const PortEntry& port, DPUpdate& update)
     if (port.type == KCP_VIF_DVPGPORT) {
         const bool secured = StoredPort(_configTable, LSP_SWITCH_SECURITY, port.lspId, portConfig);
         if (!secured) {
-            CFG_LOG(LL_INFO, "No security is configured, will unblock port %1 after security is set",
+            CFG_LOG(LL_DEBUG, "No security is configured, will unblock port %1 after security is set",
                     port.vifId);
         }
         update.Add(port.vifId, PortPropertyValues::Block(!secured));
@@ -613,34 +613,34 @@ void DVSPropConvertor::BuildBlockUpdate(const PortEntry& port, DPUpdate& update)
     bool unblock = true;
     if (!IsSpfPort(port)) {
         if (!StoredPort(_configTable, LSP_ADMIN_STATE_UP, port.lspId, portConfig)) {
-            CFG_LOG(LL_INFO, "Will unblock port %1 after port admin state update", port.vifId);
+            CFG_LOG(LL_DEBUG, "Will unblock port %1 after port admin state update", port.vifId);
             unblock = false;
         } else if (!portConfig.admin_state_up()) {
-            CFG_LOG(LL_INFO, "Will unblock port %1 after port admin state update UP", port.vifId);
+            CFG_LOG(LL_DEBUG, "Will unblock port %1 after port admin state update UP", port.vifId);
             unblock = false;
         }
     }
     if (unblock && !StoredSwitch(_configTable, LS_ADMIN_STATE_UP, port.lsId, switchConfig)) {
-        CFG_LOG(LL_INFO, "Will unblock port after LS %1 admin state update", port.lsId);
+        CFG_LOG(LL_DEBUG, "Will unblock port after LS %1 admin state update", port.lsId);
         unblock = false;
     } else if (unblock && !switchConfig.admin_state_up()) {
-        CFG_LOG(LL_INFO, "Will unblock port after LS %1 admin state update UP", port.lsId);
+        CFG_LOG(LL_DEBUG, "Will unblock port after LS %1 admin state update UP", port.lsId);
         unblock = false;
     }
     if (unblock && !SwitchHasVniOrVlan(port.lsId)) {
-        CFG_LOG(LL_INFO, "Will unblock port after LS %1 VNI/VLAN update", port.lsId);
+        CFG_LOG(LL_DEBUG, "Will unblock port after LS %1 VNI/VLAN update", port.lsId);
         unblock = false;
     }
     if (!StoredSwitch(_configTable, LS_TYPE, port.lsId, switchConfig)) {
         CFG_LOG(LL_DEBUG, "No LS type is configured for %1", port.lsId);
     } else if (switchConfig.type() == 3) {
-        CFG_LOG(LL_INFO, "LSP %1 belongs to Service Plane", port.lspId);
+        CFG_LOG(LL_DEBUG, "LSP %1 belongs to Service Plane", port.lspId);
         update.Add(port.vifId, PortPropertyValues::Number32(PortPropertyValues::KEY_QOS_MODE, 0));
     }
     if (unblock) {
-        CFG_LOG(LL_INFO, "Build UNBLOCK update for port %1", port.vifId);
+        CFG_LOG(LL_DEBUG, "Build UNBLOCK update for port %1", port.vifId);
     } else {
-        CFG_LOG(LL_INFO, "Build BLOCK update for port %1", port.vifId);
+        CFG_LOG(LL_DEBUG, "Build BLOCK update for port %1", port.vifId);
     }
     update.Add(port.vifId, PortPropertyValues::Block(!unblock));
 }
@@ -740,17 +740,20 @@ void DVSPropConvertor::OnResyncProperty(bool fullSync) {
         }
         _kcpMsgConvertor->SendGlobalProperties(KCP_OP_FULL_SYNC, globals);
     }
-    for (const PortEntry& port : Ports()) {
-        if (!fullSync && !port.outOfSync) {
-            continue;
+    std::vector<PortEntry> due;
+    _portList->ForEach([&](const PortEntry& port) {
+        if (fullSync || port.outOfSync) {
+            due.push_back(port);
         }
+    });
+    for (const PortEntry& port : due) {
         halden::zef::loftdb::LogSwitchPortConfigMsg attachment;
         if (!port.lspId.empty() && !StoredPort(_configTable, LSP_ATTACHMENT, port.lspId, attachment)) {
             CFG_LOG(LL_INFO, "Failed to reSync port [%1] as it does not have VIF attachment property",
                     port.vifId);
             continue;
         }
-        CFG_LOG(LL_INFO, "OnResyncProperty port reSync:[ %1]", port.vifId);
+        CFG_LOG(LL_DEBUG, "OnResyncProperty port reSync:[ %1]", port.vifId);
         DPUpdate update;
         update.operation = KCP_OP_FULL_SYNC;
         if (!BuildPortProperties(port, update)) {
@@ -763,7 +766,7 @@ void DVSPropConvertor::OnResyncProperty(bool fullSync) {
                     port.vifId);
             continue;
         }
-        CFG_LOG(LL_INFO, "OnResyncProperty Enqueue port reSync");
+        CFG_LOG(LL_DEBUG, "OnResyncProperty Enqueue port reSync");
         _portList->Modify(port.vifId, [](PortEntry& entry) { entry.outOfSync = false; });
     }
 }

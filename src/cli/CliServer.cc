@@ -262,39 +262,40 @@ std::string CliServer::CacheSize() {
     return array.Text();
 }
 
-std::string CliServer::Uplinks() {
+std::string CliServer::ConvertorRows(const std::function<void(DVSPropConvertor&, CliJson&)>& fill) {
     CliJson array = CliJson::Array();
-    if (!_configApp) {
-        return array.Text();
-    }
-    std::lock_guard<std::recursive_mutex> guard(agentLock());
-    for (const UplinkInfo& uplink : _configApp->Convertor()->Uplinks()) {
-        CliJson row = CliJson::Object();
-        row.Put("PortID", uplink.portId)
-            .Put("HostSwitchID", uplink.switchId)
-            .Put("ClientName", uplink.name)
-            .Put("Alias", uplink.alias);
-        array.Add(std::move(row));
+    if (_configApp) {
+        std::lock_guard<std::recursive_mutex> guard(agentLock());
+        fill(*_configApp->Convertor(), array);
     }
     return array.Text();
 }
 
+std::string CliServer::Uplinks() {
+    return ConvertorRows([](DVSPropConvertor& convertor, CliJson& array) {
+        for (const UplinkInfo& uplink : convertor.Uplinks()) {
+            CliJson row = CliJson::Object();
+            row.Put("PortID", uplink.portId)
+                .Put("HostSwitchID", uplink.switchId)
+                .Put("ClientName", uplink.name)
+                .Put("Alias", uplink.alias);
+            array.Add(std::move(row));
+        }
+    });
+}
+
 std::string CliServer::LsPortList() {
-    CliJson array = CliJson::Array();
-    if (!_configApp) {
-        return array.Text();
-    }
-    std::lock_guard<std::recursive_mutex> guard(agentLock());
-    for (const PortEntry& port : _configApp->Convertor()->Ports()) {
-        CliJson row = CliJson::Object();
-        row.Put("PortID", port.portId)
-            .Put("LogicalSwitchID", port.lsId)
-            .Put("LogicalSwitchPortID", port.lspId)
-            .Put("HostSwitchID", port.switchId)
-            .Put("OutOfSync", std::string(port.outOfSync ? "true" : "false"));
-        array.Add(std::move(row));
-    }
-    return array.Text();
+    return ConvertorRows([](DVSPropConvertor& convertor, CliJson& array) {
+        for (const PortEntry& port : convertor.Ports()) {
+            CliJson row = CliJson::Object();
+            row.Put("PortID", port.portId)
+                .Put("LogicalSwitchID", port.lsId)
+                .Put("LogicalSwitchPortID", port.lspId)
+                .Put("HostSwitchID", port.switchId)
+                .Put("OutOfSync", std::string(port.outOfSync ? "true" : "false"));
+            array.Add(std::move(row));
+        }
+    });
 }
 
 namespace {
@@ -314,8 +315,7 @@ bool StoredValue(IStateCacheConfigTable& table, uint32_t objectType, uint32_t pr
            message.ParseFromString(value);
 }
 
-CliJson ExtraConfigRows(const ExtraConfigTable& table, const char* objectKey) {
-    CliJson array = CliJson::Array();
+void ExtraConfigRows(const ExtraConfigTable& table, const char* objectKey, CliJson& array) {
     for (const auto& [id, pairs] : table.All()) {
         for (const auto& [key, value] : pairs) {
             CliJson row = CliJson::Object();
@@ -323,7 +323,6 @@ CliJson ExtraConfigRows(const ExtraConfigTable& table, const char* objectKey) {
             array.Add(std::move(row));
         }
     }
-    return array;
 }
 
 }  // namespace
@@ -363,33 +362,25 @@ std::string CliServer::PortStatus() {
 }
 
 std::string CliServer::PortExtraConfigs() {
-    if (!_configApp) {
-        return CliJson::Array().Text();
-    }
-    std::lock_guard<std::recursive_mutex> guard(agentLock());
-    return ExtraConfigRows(_configApp->Convertor()->PortExtraConfigs(), "LSP").Text();
+    return ConvertorRows([](DVSPropConvertor& convertor, CliJson& array) {
+        ExtraConfigRows(convertor.PortExtraConfigs(), "LSP", array);
+    });
 }
 
 std::string CliServer::SwitchExtraConfigs() {
-    if (!_configApp) {
-        return CliJson::Array().Text();
-    }
-    std::lock_guard<std::recursive_mutex> guard(agentLock());
-    return ExtraConfigRows(_configApp->Convertor()->SwitchExtraConfigs(), "LS").Text();
+    return ConvertorRows([](DVSPropConvertor& convertor, CliJson& array) {
+        ExtraConfigRows(convertor.SwitchExtraConfigs(), "LS", array);
+    });
 }
 
 std::string CliServer::SwitchAttachments() {
-    CliJson array = CliJson::Array();
-    if (!_configApp) {
-        return array.Text();
-    }
-    std::lock_guard<std::recursive_mutex> guard(agentLock());
-    for (const auto& [parent, child] : _configApp->Convertor()->SwitchAttachments()) {
-        CliJson row = CliJson::Object();
-        row.Put("LS", child.first).Put("Parent", parent).Put("Vlan", static_cast<long long>(child.second));
-        array.Add(std::move(row));
-    }
-    return array.Text();
+    return ConvertorRows([](DVSPropConvertor& convertor, CliJson& array) {
+        for (const auto& [parent, child] : convertor.SwitchAttachments()) {
+            CliJson row = CliJson::Object();
+            row.Put("LS", child.first).Put("Parent", parent).Put("Vlan", static_cast<long long>(child.second));
+            array.Add(std::move(row));
+        }
+    });
 }
 
 }  // namespace CfgAgent

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <atomic>
+#include <functional>
 #include <string>
 #include <thread>
 
@@ -14,6 +15,9 @@ struct unixctl_conn;
 struct unixctl_server;
 
 namespace CfgAgent {
+
+class CliJson;
+class DVSPropConvertor;
 
 // The operator's command socket: a thread of its own serving the named
 // commands, one at a time. Commands of applications this build does not
@@ -49,6 +53,8 @@ public:
 
 private:
     static void RegisterCommands();
+    // A JSON array filled from the port converter under agentLock; empty without one.
+    std::string ConvertorRows(const std::function<void(DVSPropConvertor&, CliJson&)>& fill);
     void Loop();
 
     zef::RefPtr<StateCache> _stateCache;

@@ -376,32 +376,47 @@ bool DVSPropConvertor::HandleMacManagement(const std::string& id, uint32_t opera
     return !ports.empty();
 }
 
+namespace {
+
+// The stored pairs into the table; nothing for an operation neither update nor delete.
+template <typename Message>
+std::optional<std::vector<ExtraConfigTable::Change>> StoreExtraConfigs(
+    ExtraConfigTable& table, const std::string& id, uint32_t operation, const std::string& value,
+    const char* emptyLine) {
+    if (operation == OP_DELETE) {
+        return table.Remove(id);
+    }
+    if (operation != OP_UPDATE) {
+        CFG_LOG(LL_ERROR, "Unsupported operation input");
+        return std::nullopt;
+    }
+    Message config;
+    config.ParseFromString(value);
+    if (config.extra_configs_size() == 0) {
+        CFG_LOG(LL_INFO, emptyLine);
+    }
+    ExtraConfigTable::Pairs pairs;
+    for (const auto& pair : config.extra_configs()) {
+        pairs[pair.key()] = pair.value();
+    }
+    return table.Update(id, pairs);
+}
+
+}  // namespace
+
 bool DVSPropConvertor::HandleLogicalPortExtraConfig(const std::string& id, uint32_t operation,
                                                     uint32_t, const std::string& value,
                                                     DPUpdate& update) {
     const std::string lspText = UuidBytesToString(id);
-    std::vector<ExtraConfigTable::Change> changes;
-    if (operation == OP_DELETE) {
-        changes = _lspExtraConfigs.Remove(lspText);
-    } else if (operation == OP_UPDATE) {
-        halden::zef::loftdb::LogSwitchPortConfigMsg config;
-        config.ParseFromString(value);
-        if (config.extra_configs_size() == 0) {
-            CFG_LOG(LL_INFO, "Extra Config propList is empty");
-        }
-        ExtraConfigTable::Pairs pairs;
-        for (const auto& pair : config.extra_configs()) {
-            pairs[pair.key()] = pair.value();
-        }
-        changes = _lspExtraConfigs.Update(lspText, pairs);
-    } else {
-        CFG_LOG(LL_ERROR, "Unsupported operation input");
+    const auto changes = StoreExtraConfigs<halden::zef::loftdb::LogSwitchPortConfigMsg>(
+        _lspExtraConfigs, lspText, operation, value, "Extra Config propList is empty");
+    if (!changes) {
         return false;
     }
     const std::vector<PortEntry> ports = PortsOfLogicalPort(id);
     const ExtraConfigTable::Pairs* current = _lspExtraConfigs.Of(lspText);
     for (const PortEntry& port : ports) {
-        for (const ExtraConfigTable::Change& change : changes) {
+        for (const ExtraConfigTable::Change& change : *changes) {
             if (!change.value) {
                 AddExtraConfig(port, change.key, std::nullopt, update);
             }
@@ -436,27 +451,14 @@ bool DVSPropConvertor::HandleLogicalSwitchExtraConfig(const std::string& id, uin
                                                       uint32_t, const std::string& value,
                                                       DPUpdate& update) {
     const std::string lsText = UuidBytesToString(id);
-    std::vector<ExtraConfigTable::Change> changes;
-    if (operation == OP_DELETE) {
-        changes = _lsExtraConfigs.Remove(lsText);
-    } else if (operation == OP_UPDATE) {
-        halden::zef::loftdb::LogSwitchConfigMsg config;
-        config.ParseFromString(value);
-        if (config.extra_configs_size() == 0) {
-            CFG_LOG(LL_INFO, "LS Extra Config update propList is empty");
-        }
-        ExtraConfigTable::Pairs pairs;
-        for (const auto& pair : config.extra_configs()) {
-            pairs[pair.key()] = pair.value();
-        }
-        changes = _lsExtraConfigs.Update(lsText, pairs);
-    } else {
-        CFG_LOG(LL_ERROR, "Unsupported operation input");
+    const auto changes = StoreExtraConfigs<halden::zef::loftdb::LogSwitchConfigMsg>(
+        _lsExtraConfigs, lsText, operation, value, "LS Extra Config update propList is empty");
+    if (!changes) {
         return false;
     }
     const std::vector<PortEntry> ports = _portList->OfSwitch(lsText);
     for (const PortEntry& port : ports) {
-        AddSwitchExtraConfigs(port, lsText, changes, update);
+        AddSwitchExtraConfigs(port, lsText, *changes, update);
     }
     return !update.Empty();
 }

@@ -116,12 +116,13 @@ void ConfigApp::Start() {
 }
 
 void ConfigApp::Stop() {
+    // The links' loops take agentLock, so they are stopped outside it.
     if (_ipDiscovery) {
         _ipDiscovery->Stop();
-        _ipDiscovery.reset();
     }
     {
         Lock guard(agentLock());
+        _ipDiscovery.reset();
         _ipDisBindingList.clear();
         _vifConnectList.clear();
         CloseHotmoveStatusTimer();
@@ -167,10 +168,14 @@ void ConfigApp::UpdateDesiredState(const LoftDBUpdateList& objects, bool isFullS
             default: break;
         }
     }
+    // A transaction still queued when the application stops finds it stopped.
+    Lock guard(agentLock());
+    if (!_ipDiscovery) {
+        return;
+    }
     if (isFullSync || !daVifs.empty()) {
         _ipDiscovery->UpdateDesiredState(daVifs, isFullSync);
     }
-    Lock guard(agentLock());
     if (isFullSync || !offloaded.empty()) {
         _dvsPropConvertor->ProcessOffloadedHostSwitches(offloaded, isFullSync);
     }
@@ -319,6 +324,9 @@ void ConfigApp::HandleSessionControl(std::span<const uint8_t> message) {
 
 void ConfigApp::HandleFullSyncEnd() {
     Lock guard(agentLock());
+    if (!_ipDiscovery) {
+        return;
+    }
     _sessionState = SESSION_REPORTED;
     _dpFullSyncDone = true;
     std::vector<IpDiscEntry> bindings = std::exchange(_ipDisBindingList, {});
@@ -350,6 +358,9 @@ void ConfigApp::HandleUpdate(std::span<const uint8_t> message) {
 
 void ConfigApp::HandleUpdateData(std::span<const uint8_t> message) {
     Lock guard(agentLock());
+    if (!_ipDiscovery) {
+        return;
+    }
     for (auto data = KcpMessage::FirstData(message); data; data = KcpMessage::NextData(message, *data)) {
         if (data->Type() != KCP_VIF_UPDATE) {
             HandleUplinks(data->Value());

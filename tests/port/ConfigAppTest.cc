@@ -5,6 +5,7 @@
 
 #include <boost/property_tree/ptree.hpp>
 #include <condition_variable>
+#include <algorithm>
 #include <filesystem>
 #include <memory>
 #include <mutex>
@@ -372,6 +373,49 @@ TEST_F(ConfigAppTest, UplinksReportedInTheSessionReplaceTheKnownOnes) {
     const std::vector<UplinkInfo> uplinks = _app->Convertor()->Uplinks();
     ASSERT_EQ(uplinks.size(), 1u);
     EXPECT_EQ(uplinks[0], (UplinkInfo{"vmnic0", "uplink1", "uplink-port", "hs-1"}));
+}
+
+// ContainerList Updates (each full sync opens with one) the kernel received
+// before its `sessions`-th Session Open, or in all when `sessions` is 0.
+long ContainerListsBefore(const std::vector<Message>& messages, int sessions = 0) {
+    long count = 0;
+    int opens = 0;
+    for (const Message& message : messages) {
+        KcpSessionControl control;
+        if (KcpSessionCodec::Read(message, control) && control.controlType == KCP_SESSION_OPEN &&
+            ++opens == sessions) {
+            break;
+        }
+        auto data = KcpMessage::FirstData(message);
+        count += KcpMessage::HasType(message, KCP_MSG_UPDATE) && data &&
+                 data->Type() == KCP_CONTAINER_LIST_UPDATE;
+    }
+    return count;
+}
+
+TEST_F(ConfigAppTest, AnEmptyFirstLoadDefersTheKernelFullSyncToTheFirstBatchWithObjects) {
+    Handshake({});
+    _table->UpdateDesiredState({}, true);
+    // A port's block key comes after whatever the empty load sent.
+    Send(VifMessage(KCP_OP_UPDATE, {Vif("marker")}));
+    ASSERT_TRUE(WaitUntil([&] {
+        const std::vector<Message> messages = _kernel->Messages();
+        return std::any_of(messages.begin(), messages.end(), [](const Message& message) {
+            auto data = KcpMessage::FirstData(message);
+            return data && data->Type() == KCP_PORT_PROPERTY_UPDATE;
+        });
+    }));
+    EXPECT_EQ(ContainerListsBefore(_kernel->Messages()), 0) << "an empty load starts nothing";
+    _table->UpdateDesiredState({LoftDBUpdateMsg(LOG_SWITCH_CONFIG, "ls-1", OP_UPDATE, {}, {})}, false);
+    EXPECT_TRUE(WaitUntil([&] { return ContainerListsBefore(_kernel->Messages()) == 1; }));
+    _table->UpdateDesiredState({LoftDBUpdateMsg(LOG_SWITCH_CONFIG, "ls-2", OP_UPDATE, {}, {})}, false);
+    // The link keeps order: what the batches sent is in before the next Open.
+    Send(OutOfSync());
+    OpenedSession(1);
+    EXPECT_EQ(ContainerListsBefore(_kernel->Messages(), 2), 1)
+        << "neither the empty load, the link's first session nor a later delta starts one";
+    EXPECT_TRUE(WaitUntil([&] { return ContainerListsBefore(_kernel->Messages()) == 2; }))
+        << "a new kernel session does";
 }
 
 TEST_F(ConfigAppTest, SolicitationIsAnsweredWithTheToolsBindingsOfTheStore) {

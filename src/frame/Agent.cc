@@ -218,7 +218,7 @@ int Agent::Run() {
     for (const AppEntry& entry : entries) {
         if (entry.enabled && entry.name == "config" && !configApp) {
             configApp = zef::MakeRef<ConfigApp>(stateCache->ConfigTable(), dispatcher, *loftdbClient,
-                                                provider.get());
+                                                provider.get(), upmService);
             configApp->Init(entry.config);
             CFG_LOG(LL_INFO, "Config application starts");
         }

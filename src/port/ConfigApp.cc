@@ -73,12 +73,12 @@ uint32_t ConfigApp::SessionIdSeed(uint64_t micros) {
 
 ConfigApp::ConfigApp(zef::RefPtr<StateCacheConfigTable> configTable,
                      zef::RefPtr<MsgDispatcher> dispatcher, ILoftdbClient& loftdbClient,
-                     zef::AsioZefProvider* provider)
+                     zef::AsioZefProvider* provider, std::shared_ptr<zef::upm::UPMService> upm)
     : _configTable(std::move(configTable)),
       _dispatcher(std::move(dispatcher)),
       _loftdbClient(loftdbClient),
       _dvsPropConvertor(zef::MakeRef<DVSPropConvertor>(*_configTable, *this)),
-      _ipDiscovery(zef::MakeRef<IpDiscovery>(*_configTable, loftdbClient, *this)),
+      _ipDiscovery(zef::MakeRef<IpDiscovery>(*_configTable, loftdbClient, *this, std::move(upm))),
       _sessionId(SessionIdSeed(MicrosNow())) {
     if (provider != nullptr) {
         _healthMonitor =

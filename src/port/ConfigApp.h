@@ -23,6 +23,9 @@
 namespace zef {
 class AsioZefProvider;
 }
+namespace zef::upm {
+class UPMService;
+}
 
 namespace CfgAgent {
 
@@ -55,9 +58,10 @@ public:
         SESSION_REPORTED = 3,
     };
 
-    // Without a provider there is no health monitor.
+    // Without a provider there is no health monitor, without UPM no profiles.
     ConfigApp(zef::RefPtr<StateCacheConfigTable> configTable, zef::RefPtr<MsgDispatcher> dispatcher,
-              ILoftdbClient& loftdbClient, zef::AsioZefProvider* provider = nullptr);
+              ILoftdbClient& loftdbClient, zef::AsioZefProvider* provider = nullptr,
+              std::shared_ptr<zef::upm::UPMService> upm = nullptr);
     ~ConfigApp() override;
 
     // Registers and makes the links; nothing talks to the kernel yet.
@@ -82,6 +86,7 @@ public:
 
     // For the command socket and tests, under agentLock.
     const zef::RefPtr<DVSPropConvertor>& Convertor() const { return _dvsPropConvertor; }
+    const zef::RefPtr<IpDiscovery>& Discovery() const { return _ipDiscovery; }
     uint32_t CurrentSessionId() const { return _sessionId; }
     uint32_t SessionStateValue() const { return _sessionState; }
     bool DpFullSyncDone() const { return _dpFullSyncDone; }

@@ -10,7 +10,10 @@
 #include "frame/vocabulary/ObjectType.h"
 #include "frame/vocabulary/PropertyType.h"
 #include "frame/vocabulary/UpdateOperation.h"
+#include "frame/vocabulary/UuidText.h"
+#include "loftdb_profile.pb.h"
 #include "loftdb_store.pb.h"
+#include "loftdb_switching.pb.h"
 #include "port/BigEndian.h"
 #include "port/DataplaneTaklink.h"
 #include "port/IIpDiscoveryOwner.h"
@@ -18,6 +21,7 @@
 #include "port/MacNumber.h"
 #include "port/SwsecCodec.h"
 #include "store/ILoftdbClient.h"
+#include "zef/upm/UPMService.h"
 
 namespace CfgAgent {
 
@@ -58,8 +62,8 @@ bool ToEntry(const lb::DaVifBindingMsg& binding, KcpContainerEntry& entry) {
 }  // namespace
 
 IpDiscovery::IpDiscovery(IStateCacheConfigTable& configTable, ILoftdbClient& loftdbClient,
-                         IIpDiscoveryOwner& owner)
-    : _configTable(configTable), _loftdbClient(loftdbClient), _owner(owner) {}
+                         IIpDiscoveryOwner& owner, std::shared_ptr<zef::upm::UPMService> upm)
+    : _configTable(configTable), _loftdbClient(loftdbClient), _owner(owner), _upm(std::move(upm)) {}
 
 IpDiscovery::~IpDiscovery() = default;
 
@@ -297,6 +301,44 @@ void IpDiscovery::ProcessVifUpdate(const LoftDBUpdateList& upds, bool isVifFullS
         _owner.OnIpDiscoveryReady(upds, true);
     }
     CFG_LOG(LL_INFO, "IpDiscovery: ProcessVifUpdate Done");
+}
+
+bool IpDiscovery::ChooseEffective(const lb::IpDiscoveryConfigMsg* property,
+                                  const lb::IpDiscoveryConfigMsg* profile,
+                                  lb::IpDiscoveryConfigMsg& out, uint32_t& outSource) {
+    if (property == nullptr) {
+        outSource = SOURCE_NONE;
+        return false;
+    }
+    if (property->has_use_profile() && property->use_profile() && profile != nullptr) {
+        out = *profile;
+        outSource = SOURCE_PROFILE;
+        return true;
+    }
+    out = *property;
+    outSource = SOURCE_PROPERTY;
+    return true;
+}
+
+bool IpDiscovery::SelectEffectiveProfile(const std::string& portId, uint32_t source,
+                                         const std::string& message, lb::IpDiscoveryConfigMsg& out,
+                                         uint32_t& outSource) {
+    CFG_LOG(LL_INFO, "IpDiscovery: SelectEffectiveProfile: Getting profiles for port %1",
+            UuidBytesToString(portId));
+    std::string stored = source == SOURCE_PROPERTY ? message : std::string();
+    lb::LogSwitchPortConfigMsg port;
+    const bool hasProperty =
+        (source == SOURCE_PROPERTY ||
+         _configTable.GetObjectProperty(LOG_SWITCH_PORT_CONFIG, LSP_IP_DISCOVERY, portId, stored)) &&
+        port.ParseFromString(stored) && port.has_ip_discovery();
+    std::string body = source == SOURCE_PROFILE ? message : std::string();
+    lb::ProfileMsg profile;
+    const bool hasProfile =
+        (source == SOURCE_PROFILE ||
+         (_upm && _upm->GetProfile(portId, kIpDiscoveryProfileKind, body))) &&
+        profile.ParseFromString(body) && profile.has_ip_discovery();
+    return ChooseEffective(hasProperty ? &port.ip_discovery() : nullptr,
+                           hasProfile ? &profile.ip_discovery() : nullptr, out, outSource);
 }
 
 }  // namespace CfgAgent

@@ -3,6 +3,7 @@
 #include <boost/property_tree/ptree_fwd.hpp>
 #include <cstdint>
 #include <map>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -14,6 +15,13 @@
 #include "zef/IRefCountable.h"
 #include "zef/RefCounted.h"
 #include "zef/RefPtr.h"
+
+namespace zef::upm {
+class UPMService;
+}
+namespace halden::zef::loftdb {
+class IpDiscoveryConfigMsg;
+}
 
 namespace CfgAgent {
 
@@ -29,8 +37,16 @@ public:
     static constexpr const char* kDefaultLink = "swsec_taklink";
     static constexpr uint32_t kBufferSize = 4096;
 
+    // Where a port's IP discovery configuration comes from.
+    enum ProfileSource : uint32_t {
+        SOURCE_NONE = 0,
+        SOURCE_PROPERTY = 1,
+        SOURCE_PROFILE = 2,
+    };
+    static constexpr uint32_t kIpDiscoveryProfileKind = 9;
+
     IpDiscovery(IStateCacheConfigTable& configTable, ILoftdbClient& loftdbClient,
-                IIpDiscoveryOwner& owner);
+                IIpDiscoveryOwner& owner, std::shared_ptr<zef::upm::UPMService> upm = nullptr);
     ~IpDiscovery() override;
 
     // Makes the link from the application's settings.
@@ -42,6 +58,16 @@ public:
     void UpdateDesiredState(const LoftDBUpdateList& objects, bool isFullSync);
     void ProcessIpDiscList(const std::vector<IpDiscEntry>& list, bool isVifFullSync);
     void ProcessVifUpdate(const LoftDBUpdateList& upds, bool isVifFullSync);
+
+    // Of the port's property and its profile, the one that counts. `source`
+    // names the one that changed and `message` holds it (a serialized
+    // LogSwitchPortConfigMsg or ProfileMsg); the other is read. False when
+    // neither counts.
+    bool SelectEffectiveProfile(const std::string& portId, uint32_t source, const std::string& message,
+                                halden::zef::loftdb::IpDiscoveryConfigMsg& out, uint32_t& outSource);
+    static bool ChooseEffective(const halden::zef::loftdb::IpDiscoveryConfigMsg* property,
+                                const halden::zef::loftdb::IpDiscoveryConfigMsg* profile,
+                                halden::zef::loftdb::IpDiscoveryConfigMsg& out, uint32_t& outSource);
 
     // The stored source of a discovery method byte of the wire; 0 when unknown.
     static uint32_t StoredSource(uint8_t method);
@@ -58,6 +84,7 @@ private:
     IStateCacheConfigTable& _configTable;
     ILoftdbClient& _loftdbClient;
     IIpDiscoveryOwner& _owner;
+    std::shared_ptr<zef::upm::UPMService> _upm;
     std::string _linkName = kDefaultLink;
     zef::RefPtr<DataplaneLink> _link;
     std::atomic<bool> _linkUp{false};

@@ -26,7 +26,6 @@
 #include "port/KcpSessionCodec.h"
 #include "port/KcpTypes.h"
 #include "port/KcpUplinkUpdateCodec.h"
-#include "port/KcpUpdateCodec.h"
 #include "port/KcpVifUpdateCodec.h"
 #include "port/MacNumber.h"
 #include "store/ILoftdbClient.h"
@@ -408,7 +407,7 @@ bool ConfigApp::HandleVifRecord(const KcpVifRecord& record, bool isDelete, LoftD
     if (NodeType::Get() == NodeType::kSmartnicHost && record.smartNic != 0) {
         return false;
     }
-    if (isDelete && !record.status && record.macs.empty() && record.bindings.empty()) {
+    if (isDelete && IsDisconnect(record, KCP_OP_DELETE)) {
         if (record.hotmove != 0) {
             CFG_LOG(LL_INFO, "ConfigApp: delete VIF %1 due to hotmove", record.vifId);
             batch.push_back(ObjectRecord(HOTMOVE_STATUS, record.vifId, OP_UPDATE));

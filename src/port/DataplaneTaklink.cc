@@ -202,6 +202,7 @@ void DataplaneTaklink::connectLink() {
     } else {
         CFG_LOG(LL_DEBUG, "%1 receive buffer set to %2 bytes", kFamilyLabel, size);
     }
+    ++_connection;
     _connected = true;
     wakeLoops();
     if (_statusCallback) {
@@ -209,9 +210,14 @@ void DataplaneTaklink::connectLink() {
     }
 }
 
-void DataplaneTaklink::closeLink(int usedFd) {
+std::pair<int, uint64_t> DataplaneTaklink::current() {
     std::lock_guard<std::mutex> lock(_linkMutex);
-    if (usedFd != _fd) {
+    return {_fd, _connection};
+}
+
+void DataplaneTaklink::closeLink(uint64_t usedConnection) {
+    std::lock_guard<std::mutex> lock(_linkMutex);
+    if (usedConnection != _connection) {
         return;
     }
     closeLinkLocked();
@@ -307,7 +313,7 @@ void DataplaneTaklink::receiveLoop() {
 
     while (_receiveRunning) {
         const uint64_t generation = wakeGeneration();
-        const int fd = _fd;
+        const auto [fd, connection] = current();
         if (!_connected || fd == -1) {
             idle(generation);
             continue;
@@ -321,7 +327,7 @@ void DataplaneTaklink::receiveLoop() {
             }
             CFG_LOG(LL_ERROR, "taklink %1: poll error: %2:%3", _name, polled, ErrorText(error))
                 .Tag("errorCode:LCP00124");
-            closeLink(fd);
+            closeLink(connection);
             continue;
         }
         if (polled == 0 || (revents & POLLIN) == 0) {
@@ -331,14 +337,14 @@ void DataplaneTaklink::receiveLoop() {
         ssize_t result = 0;
         if (!readFull(fd, head, sizeof(head), false, result)) {
             recvError(result, errno);
-            closeLink(fd);
+            closeLink(connection);
             continue;
         }
         const int length = MessageLength(head);
         if (length < static_cast<int>(kHeadLength)) {
             // Cannot hold its own header: the stream can no longer be framed.
             recvError(length, EBADMSG);
-            closeLink(fd);
+            closeLink(connection);
             continue;
         }
         Block block(static_cast<unsigned char*>(std::calloc(static_cast<size_t>(length), 1)));
@@ -351,7 +357,7 @@ void DataplaneTaklink::receiveLoop() {
         if (!readFull(fd, block.get() + kHeadLength, static_cast<size_t>(length) - kHeadLength,
                       true, result)) {
             recvError(result, errno);
-            closeLink(fd);
+            closeLink(connection);
             continue;
         }
         CFG_LOG(LL_DEBUG, "takLink %1: received %2 byte from kernel", _name, length);
@@ -379,7 +385,7 @@ void DataplaneTaklink::sendLoop() {
         }
         const Block message(*next);
         const int length = MessageLength(message.get());
-        const int fd = _fd;
+        const auto [fd, connection] = current();
         CFG_LOG(LL_DEBUG, "TakLink: %1: get a message from controller: %2, length: %3", _name,
                 static_cast<const void*>(message.get()), length);
         int offset = 0;
@@ -392,7 +398,7 @@ void DataplaneTaklink::sendLoop() {
                     continue;
                 }
                 CFG_LOG(LL_ERROR, "TakLink: %1: link down", _name).Tag("errorCode:LCP00127");
-                closeLink(fd);
+                closeLink(connection);
                 break;
             }
             offset += static_cast<int>(sent);
@@ -410,16 +416,16 @@ void DataplaneTaklink::onReopenTimer() {
         }
     }
     bool alive = true;
-    int checkedFd = -1;
+    uint64_t checked = 0;
     {
         std::lock_guard<std::mutex> lock(_linkMutex);
-        checkedFd = _fd;
-        if (checkedFd != -1 && _livenessCheck) {
-            alive = _livenessCheck(checkedFd);
+        checked = _connection;
+        if (_fd != -1 && _livenessCheck) {
+            alive = _livenessCheck(_fd);
         }
     }
     if (!alive) {
-        closeLink(checkedFd);
+        closeLink(checked);
     }
     {
         std::lock_guard<std::mutex> lock(_linkMutex);

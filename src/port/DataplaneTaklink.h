@@ -6,6 +6,7 @@
 #include <memory>
 #include <mutex>
 #include <string>
+#include <utility>
 
 #include "frame/AsyncTimer.h"
 #include "frame/MsgQueue.h"
@@ -41,9 +42,12 @@ private:
     using Timer = AsyncTimer<DataplaneTaklink>;
 
     void connectLink();
-    // `usedFd` is the descriptor the caller failed on; a link that has
-    // reconnected since is left alone.
-    void closeLink(int usedFd);
+    // The descriptor of the current connection and the connection's number.
+    std::pair<int, uint64_t> current();
+    // `usedConnection` is the connection the caller failed on; a link that
+    // has reconnected since is left alone, though the new descriptor may
+    // carry the old one's number.
+    void closeLink(uint64_t usedConnection);
     void closeLinkLocked();
     uint64_t wakeGeneration();
     // Up to 5 seconds, cut short by a new connection or by stop.
@@ -56,6 +60,7 @@ private:
     const std::string _name;
     const uint32_t _bufferSize;
     std::atomic<int> _fd{-1};
+    std::atomic<uint64_t> _connection{0};
     std::atomic<bool> _connected{false};
     std::atomic<bool> _receiveRunning{true};
     std::atomic<bool> _sendRunning{true};

@@ -277,23 +277,23 @@ bool DVSPropConvertor::HandleLogicalPortSwitchId(const std::string& id, uint32_t
     if (operation != OP_DELETE && config.ParseFromString(value) && config.has_switch_id()) {
         lsText = UuidToString(config.switch_id());
     }
-    bool added = false;
-    for (PortEntry port : PortsOfLogicalPort(id)) {
+    // Every port of it gets the switch's properties and a block decision.
+    const std::vector<PortEntry> ports = PortsOfLogicalPort(id);
+    const std::string lsId = SerializedUuid(lsText);
+    for (PortEntry port : ports) {
         _portList->Modify(port.vifId, [&](PortEntry& entry) { entry.lsId = lsText; });
         port.lsId = lsText;
         for (uint32_t property : kSwitchBuildOrder) {
-            halden::zef::loftdb::LogSwitchConfigMsg stored;
             std::string switchValue;
-            if (!lsText.empty() && _configTable.GetObjectProperty(LOG_SWITCH_CONFIG, property,
-                                                                  SerializedUuid(lsText), switchValue)) {
-                added |= AddSwitchProperty(port, lsText, OP_UPDATE, property, switchValue, update);
+            if (!lsId.empty() &&
+                _configTable.GetObjectProperty(LOG_SWITCH_CONFIG, property, lsId, switchValue)) {
+                AddSwitchProperty(port, lsText, OP_UPDATE, property, switchValue, update);
             }
         }
         AddSwitchExtraConfigs(port, lsText, {}, update);
         BuildBlockUpdate(port, update);
-        added = true;
     }
-    return added;
+    return !ports.empty();
 }
 
 bool DVSPropConvertor::HandleLogicalPortAdminState(const std::string& id, uint32_t operation,

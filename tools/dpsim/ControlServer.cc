@@ -12,7 +12,6 @@
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
-#include <filesystem>
 #include <sstream>
 
 #include "JsonPtr.h"
@@ -140,16 +139,7 @@ void ControlServer::Stop() {
         ::close(client.fd);
     }
     _clients.clear();
-    if (_listenFd >= 0) {
-        ::close(_listenFd);
-        _listenFd = -1;
-        std::error_code ignored;
-        std::filesystem::remove(_path, ignored);
-    }
-    if (_wakeFd >= 0) {
-        ::close(_wakeFd);
-        _wakeFd = -1;
-    }
+    UnixListener::Close(_path, _listenFd, _wakeFd);
 }
 
 void ControlServer::Serve() {

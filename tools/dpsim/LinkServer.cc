@@ -9,7 +9,6 @@
 
 #include <cerrno>
 #include <cstring>
-#include <filesystem>
 #include <future>
 
 #include "UnixListener.h"
@@ -63,16 +62,7 @@ void LinkServer::Stop() {
     // Tasks queued before the stop still wait for their answer.
     RunTasks();
     DropConnection();
-    if (_listenFd >= 0) {
-        ::close(_listenFd);
-        _listenFd = -1;
-        std::error_code ignored;
-        std::filesystem::remove(_path, ignored);
-    }
-    if (_wakeFd >= 0) {
-        ::close(_wakeFd);
-        _wakeFd = -1;
-    }
+    UnixListener::Close(_path, _listenFd, _wakeFd);
 }
 
 void LinkServer::Serve() {

@@ -38,4 +38,17 @@ int UnixListener::Listen(const std::string& path, int backlog, std::string& erro
     return fd;
 }
 
+void UnixListener::Close(const std::string& path, int& listenFd, int& wakeFd) {
+    if (listenFd >= 0) {
+        ::close(listenFd);
+        listenFd = -1;
+        std::error_code ignored;
+        std::filesystem::remove(path, ignored);
+    }
+    if (wakeFd >= 0) {
+        ::close(wakeFd);
+        wakeFd = -1;
+    }
+}
+
 }  // namespace Dpsim

@@ -8,14 +8,14 @@
 #include <vector>
 
 #include "PortCorpus.h"
-#include "frame/log/LogLevel.h"
+#include "log/LogLevel.h"
 #include "frame/vocabulary/ObjectType.h"
-#include "port/KCPMsgConvertor.h"
-#include "port/KcpIdListCodec.h"
-#include "port/KcpPropertyUpdateCodec.h"
-#include "port/KcpTypes.h"
-#include "port/KcpUpdateCodec.h"
-#include "port/PortPropertyValues.h"
+#include "port/conversion/KCPMsgConvertor.h"
+#include "port/kcp/KcpIdListCodec.h"
+#include "port/kcp/KcpPropertyUpdateCodec.h"
+#include "port/kcp/KcpTypes.h"
+#include "port/kcp/KcpUpdateCodec.h"
+#include "port/conversion/PortPropertyValues.h"
 #include "store/Decoder.h"
 #include "zef/loftdb/UpdateBuilder.h"
 

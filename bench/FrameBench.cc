@@ -6,7 +6,7 @@
 
 #include "frame/MsgQueue.h"
 #include "frame/WorkGroup.h"
-#include "frame/log/Logger.h"
+#include "log/Logger.h"
 #include "frame/vocabulary/UuidText.h"
 #include "loftdb_common.pb.h"
 #include "zef/metrics/MetricsRegistry.h"

@@ -4,10 +4,10 @@
 #include <chrono>
 #include <stdexcept>
 
-#include "port/KCPMsgConvertor.h"
-#include "port/KcpIdListCodec.h"
-#include "port/KcpPropertyUpdateCodec.h"
-#include "port/KcpTypes.h"
+#include "port/conversion/KCPMsgConvertor.h"
+#include "port/kcp/KcpIdListCodec.h"
+#include "port/kcp/KcpPropertyUpdateCodec.h"
+#include "port/kcp/KcpTypes.h"
 
 namespace Bench {
 

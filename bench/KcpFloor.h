@@ -8,7 +8,7 @@
 #include "DrainedSocket.h"
 #include "PortCorpus.h"
 #include "loftdb_switching.pb.h"
-#include "port/DPUpdate.h"
+#include "port/conversion/DPUpdate.h"
 
 namespace Bench {
 

@@ -1,7 +1,7 @@
 #include "PortCorpus.h"
 
 #include "frame/vocabulary/UuidText.h"
-#include "port/PortPropertyValues.h"
+#include "port/conversion/PortPropertyValues.h"
 
 namespace Bench {
 

@@ -5,7 +5,7 @@
 #include <string>
 
 #include "loftdb_switching.pb.h"
-#include "port/DPUpdate.h"
+#include "port/conversion/DPUpdate.h"
 
 namespace Bench {
 

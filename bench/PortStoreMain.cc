@@ -17,8 +17,8 @@
 #include <string>
 
 #include "PortCorpus.h"
-#include "frame/Endpoints.h"
-#include "frame/log/LogLevel.h"
+#include "host/Endpoints.h"
+#include "log/LogLevel.h"
 #include "frame/vocabulary/ObjectType.h"
 #include "zef/loftdb/LoftDbClient.h"
 

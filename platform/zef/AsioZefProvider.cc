@@ -10,7 +10,7 @@
 #include <thread>
 #include <vector>
 
-#include "frame/log/zef/Logger.h"
+#include "log/zef/Logger.h"
 #include "zef/TimerFactory.h"
 #include "zef/metrics/MetricsRegistry.h"
 #include "zef/rpc/RpcRuntime.h"

@@ -1,7 +1,7 @@
 #include "cache/ConfigTableQueries.h"
 
 #include "cache/IStateCacheConfigTable.h"
-#include "frame/log/Logger.h"
+#include "log/Logger.h"
 #include "frame/vocabulary/ObjectType.h"
 #include "frame/vocabulary/PropertyType.h"
 #include "frame/vocabulary/UuidText.h"

@@ -7,7 +7,7 @@
 #include <memory>
 #include <vector>
 
-#include "frame/log/Logger.h"
+#include "log/Logger.h"
 #include "frame/vocabulary/PropertyType.h"
 #include "frame/vocabulary/UpdateOperation.h"
 #include "zef/loftdb/FieldCopy.h"

@@ -7,7 +7,7 @@
 #include "frame/AgentConfig.h"
 #include "frame/AgentLock.h"
 #include "frame/DelayLog.h"
-#include "frame/log/Logger.h"
+#include "log/Logger.h"
 #include "frame/vocabulary/UpdateOperation.h"
 #include "frame/vocabulary/UuidText.h"
 

@@ -5,7 +5,7 @@
 #include <optional>
 #include <vector>
 
-#include "frame/log/Logger.h"
+#include "log/Logger.h"
 #include "frame/vocabulary/ObjectType.h"
 #include "frame/vocabulary/PropertyType.h"
 #include "frame/vocabulary/UpdateOperation.h"

@@ -3,8 +3,8 @@
 #include <array>
 #include <atomic>
 
-#include "frame/log/Logger.h"
-#include "frame/log/zef/Logger.h"
+#include "log/Logger.h"
+#include "log/zef/Logger.h"
 #include "zef/LibraryLogLevels.h"
 #include "zef/wft/WorkflowUtil.h"
 
@@ -61,10 +61,7 @@ const char* NameOf(const std::array<const char*, N>& names, int level) {
 
 }  // namespace
 
-const LogLevelCommands::Row* LogLevelCommands::Rows(size_t& count) {
-    count = std::size(kRows);
-    return kRows;
-}
+std::span<const LogLevelCommands::Row> LogLevelCommands::Rows() { return kRows; }
 
 const char* LogLevelCommands::LevelName(int level) { return NameOf(kLevelNames, level); }
 

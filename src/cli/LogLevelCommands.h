@@ -1,5 +1,6 @@
 #pragma once
 
+#include <span>
 #include <string>
 
 namespace CfgAgent {
@@ -14,7 +15,7 @@ public:
         const char* word;   // in the log line; null for the agent's own row
     };
 
-    static const Row* Rows(size_t& count);
+    static std::span<const Row> Rows();
     // The reply text; the level changes only for a known name.
     static std::string Set(const Row& row, const std::string& name);
     static std::string Get(const Row& row);

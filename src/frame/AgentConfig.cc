@@ -3,7 +3,7 @@
 #include <boost/property_tree/ptree.hpp>
 #include <boost/property_tree/xml_parser.hpp>
 
-#include "frame/HostPaths.h"
+#include "host/HostPaths.h"
 
 namespace CfgAgent {
 

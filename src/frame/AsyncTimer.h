@@ -8,7 +8,7 @@
 #include <limits>
 #include <memory>
 
-#include "frame/log/Logger.h"
+#include "log/Logger.h"
 #include "zef/RefPtr.h"
 
 namespace CfgAgent {

@@ -5,8 +5,7 @@
 #include "daemon_health.pb.h"
 #include "frame/AgentLock.h"
 #include "frame/IoContexts.h"
-#include "frame/log/Logger.h"
-#include "port/IDVSPropConvertor.h"
+#include "log/Logger.h"
 #include "zef/AsioZefProvider.h"
 #include "zef/TimerFactory.h"
 #include "zef/rpc/CallObserver.h"
@@ -49,7 +48,7 @@ struct PeerInfo {
 };
 
 constexpr PeerInfo kLoftdb{
-    IDVSPropConvertor::HEALTH_LOFTDB,
+    IDaemonHealthListener::HEALTH_LOFTDB,
     "DaemonHealthMonitor: loftdb echo timeout (%1 sec)",
     "DaemonHealthMonitor: ping loftdb failed",
     "DaemonHealthMonitor: ping loftdb sent",
@@ -60,7 +59,7 @@ constexpr PeerInfo kLoftdb{
 };
 
 constexpr PeerInfo kProxy{
-    IDVSPropConvertor::HEALTH_PROXY,
+    IDaemonHealthListener::HEALTH_PROXY,
     "DaemonHealthMonitor: zef-proxy echo timeout (%1 sec)",
     "DaemonHealthMonitor: ping zef-proxy failed",
     "DaemonHealthMonitor: ping zef-proxy sent",
@@ -106,11 +105,11 @@ struct DaemonHealthMonitor::Peer {
     uint32_t& echoState;
 };
 
-DaemonHealthMonitor::DaemonHealthMonitor(IDVSPropConvertor* dvsPropConvertor,
-                                         ILoftdbClient* loftdbClient,
+DaemonHealthMonitor::DaemonHealthMonitor(IDaemonHealthListener* listener,
+                                         IStoreEcho* loftdbClient,
                                          zef::AsioZefProvider& provider, std::string proxyEndpoint,
                                          Clock clock)
-    : dvsPropConvertor(dvsPropConvertor),
+    : listener(listener),
       loftdbClient(loftdbClient),
       proxyEndpoint(std::move(proxyEndpoint)),
       rpc(provider.rpc()),
@@ -247,7 +246,7 @@ void DaemonHealthMonitor::CheckPeer(const Peer& peer, uint64_t now,
 
 void DaemonHealthMonitor::SendUpdate(uint32_t value, uint32_t source) {
     std::lock_guard<std::recursive_mutex> agent(agentLock());
-    dvsPropConvertor->OnDaemonHealthStateUpdate(value, source);
+    listener->OnDaemonHealthStateUpdate(value, source);
 }
 
 DaemonHealthMonitor::EchoCallback DaemonHealthMonitor::Counted(const EchoCallback& callback) {

@@ -10,8 +10,9 @@
 #include <string>
 
 #include "frame/AsyncTimer.h"
-#include "frame/Endpoints.h"
-#include "store/ILoftdbClient.h"
+#include "host/Endpoints.h"
+#include "frame/IDaemonHealthListener.h"
+#include "frame/IStoreEcho.h"
 #include "zef/IRefCountable.h"
 #include "zef/RefCounted.h"
 #include "zef/RetryPolicy.h"
@@ -29,18 +30,16 @@ class Stub;
 
 namespace CfgAgent {
 
-class IDVSPropConvertor;
-
 // Pings the store and the local proxy daemon every five seconds. The CCP
 // session state it feeds is up only while both answer; a store barrier
 // counts as an answer.
 class DaemonHealthMonitor : public zef::RefCounted<DaemonHealthMonitor, zef::IRefCountable> {
 public:
     using Clock = std::function<std::chrono::steady_clock::time_point()>;
-    using EchoCallback = ILoftdbClient::EchoCallback;
+    using EchoCallback = IStoreEcho::EchoCallback;
 
-    // The convertor and the store client outlive the monitor.
-    DaemonHealthMonitor(IDVSPropConvertor* dvsPropConvertor, ILoftdbClient* loftdbClient,
+    // The listener and the store client outlive the monitor.
+    DaemonHealthMonitor(IDaemonHealthListener* listener, IStoreEcho* loftdbClient,
                         zef::AsioZefProvider& provider,
                         std::string proxyEndpoint = Endpoints::Proxy(),
                         Clock clock = std::chrono::steady_clock::now);
@@ -79,8 +78,8 @@ private:
     Peer ProxyPeer();
 
     std::shared_ptr<Timer> timer;
-    IDVSPropConvertor* const dvsPropConvertor;
-    ILoftdbClient* const loftdbClient;
+    IDaemonHealthListener* const listener;
+    IStoreEcho* const loftdbClient;
     uint64_t lastLoftdbEcho = 0;
     std::atomic<uint32_t> loftdbConnected{0};
     EchoCallback loftdbEchoCallback;

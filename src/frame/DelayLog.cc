@@ -1,6 +1,6 @@
 #include "frame/DelayLog.h"
 
-#include "frame/log/Logger.h"
+#include "log/Logger.h"
 
 namespace CfgAgent {
 

@@ -6,7 +6,7 @@
 #include <mutex>
 #include <optional>
 
-#include "frame/log/Logger.h"
+#include "log/Logger.h"
 
 namespace CfgAgent {
 

@@ -2,8 +2,8 @@
 
 #include <fstream>
 
-#include "frame/HostPaths.h"
-#include "frame/log/Logger.h"
+#include "host/HostPaths.h"
+#include "log/Logger.h"
 
 namespace CfgAgent {
 

@@ -1,6 +1,6 @@
 #include "frame/ShaStatus.h"
 
-#include "frame/log/Logger.h"
+#include "log/Logger.h"
 #include "sha.pb.h"
 
 namespace CfgAgent {

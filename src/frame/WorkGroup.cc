@@ -13,7 +13,7 @@
 #include "frame/IOWorker.h"
 #include "frame/IoContexts.h"
 #include "frame/WorkItemImpl.h"
-#include "frame/log/Logger.h"
+#include "log/Logger.h"
 #include "zef/RefPtr.h"
 #include "zef/metrics/FrequencyCounter.h"
 #include "zef/metrics/LatencyCounter.h"

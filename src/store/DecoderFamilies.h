@@ -7,7 +7,7 @@
 #include <cstdint>
 #include <string>
 
-#include "frame/log/Logger.h"
+#include "log/Logger.h"
 #include "frame/vocabulary/LoftDBUpdateMsg.h"
 #include "frame/vocabulary/PbOpType.h"
 #include "loftdb_common.pb.h"

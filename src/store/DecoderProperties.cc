@@ -7,7 +7,7 @@
 #include <memory>
 #include <vector>
 
-#include "frame/log/TenantContext.h"
+#include "log/TenantContext.h"
 #include "frame/vocabulary/ObjectType.h"
 #include "frame/vocabulary/PropertyType.h"
 #include "frame/vocabulary/UpdateOperation.h"

@@ -5,6 +5,8 @@
 #include <string>
 #include <vector>
 
+#include "frame/IStoreEcho.h"
+
 namespace halden::zef::loftdb {
 class ModifyRequestMsg;
 class TypedObjectMsg;
@@ -13,10 +15,8 @@ class TypedObjectMsg;
 namespace CfgAgent {
 
 // The agent's gate to the store, as applications hold it.
-class ILoftdbClient {
+class ILoftdbClient : public IStoreEcho {
 public:
-    // Called on the store library's thread; `status` 0 is an answer, `text` its text.
-    using EchoCallback = std::function<void(int status, const std::string& text)>;
     using ReadCallback =
         std::function<void(bool ok, const std::vector<halden::zef::loftdb::TypedObjectMsg>&)>;
 
@@ -33,12 +33,8 @@ public:
                                    std::vector<halden::zef::loftdb::ModifyRequestMsg> list,
                                    std::vector<halden::zef::loftdb::ModifyRequestMsg> last) = 0;
     virtual void RegisterCradleVifMonitor() = 0;
-    // False when the request could not be sent.
-    virtual bool Echo(const std::string& text, EchoCallback done) = 0;
     // Reads one object of `objectType` by its key, serialized as the type's key message.
     virtual void ReadObject(uint32_t objectType, const std::string& key, ReadCallback done) = 0;
-    // Steady-clock seconds at the last barrier; 0 before the first.
-    virtual uint64_t LastBarrierTime() const = 0;
     // The vdb the agent writes to; 0 on a smartnic.
     virtual uint32_t VdbId() const = 0;
 

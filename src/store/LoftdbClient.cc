@@ -12,7 +12,7 @@
 #include "frame/NodeType.h"
 #include "frame/WorkGroup.h"
 #include "frame/WorkItemImpl.h"
-#include "frame/log/Logger.h"
+#include "log/Logger.h"
 #include "frame/vocabulary/ObjectType.h"
 #include "frame/vocabulary/PropertyType.h"
 #include "frame/vocabulary/UpdateOperation.h"

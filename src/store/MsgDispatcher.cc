@@ -2,7 +2,7 @@
 
 #include "frame/WorkGroup.h"
 #include "frame/WorkItemImpl.h"
-#include "frame/log/Logger.h"
+#include "log/Logger.h"
 
 namespace CfgAgent {
 

@@ -5,18 +5,21 @@
 #include <stdlib.h>
 
 #include <filesystem>
-#include <map>
-#include <sstream>
+#include <string>
+#include <utility>
+#include <vector>
 
+#include "cli/CommandTable.h"
 #include "cli/LogLevelCommands.h"
-#include "frame/log/LogLevel.h"
-#include "frame/vocabulary/ObjectType.h"
-#include "frame/vocabulary/PropertyType.h"
-#include "frame/vocabulary/UpdateOperation.h"
-#include "frame/vocabulary/UuidText.h"
-#include "loftdb_switching.pb.h"
+#include "log/LogLevel.h"
 #include "zef/LibraryLogLevels.h"
+#include "zef/RefPtr.h"
 #include "zef/wft/WorkflowUtil.h"
+
+extern "C" {
+#include "jsonrpc.h"
+#include "unixctl.h"
+}
 
 namespace {
 
@@ -40,48 +43,102 @@ protected:
         LogLevel::agent = savedLevel;
     }
 
-    void Fill(size_t objects) {
-        LoftDBUpdateList list;
-        for (size_t i = 0; i < objects; ++i) {
-            list.emplace_back(LOG_SWITCH_CONFIG, "id-" + std::to_string(i), OP_UPDATE, std::string(),
-                              std::string());
-        }
-        cache->ConfigTable()->UpdateDesiredState(list, true);
-    }
-
-    static size_t Rows(const std::string& json) {
-        size_t rows = 0;
-        for (size_t at = json.find("\"ObjectID\""); at != std::string::npos;
-             at = json.find("\"ObjectID\"", at + 1)) {
-            ++rows;
-        }
-        return rows;
-    }
-
     int savedConsole = 0;
     int savedLevel = 0;
     std::string root;
-    zef::RefPtr<StateCache> cache = zef::MakeRef<StateCache>();
 };
 
-TEST_F(CliServerTest, DesiredDumpStopsAtItsCap) {
-    CliServer server(cache, nullptr);
-    Fill(CliServer::kMaxDumpRows);
-    EXPECT_EQ(Rows(server.ConfigRemote()), CliServer::kMaxDumpRows);
-    Fill(CliServer::kMaxDumpRows + 1);
-    EXPECT_EQ(Rows(server.ConfigRemote()), CliServer::kMaxDumpRows);
-    EXPECT_EQ(Rows(server.ConfigOfType(LOG_SWITCH_CONFIG)), CliServer::kMaxDumpRows + 1)
-        << "the by-type dumps have no cap";
-    EXPECT_EQ(Rows(server.ConfigOfType(CONTAINER)), 0u);
+// Transacts one command over the socket: the reply text, or the error's.
+std::pair<std::string, std::string> Transact(const char* command, std::vector<std::string> args) {
+    struct jsonrpc* client = nullptr;
+    EXPECT_EQ(unixctl_client_create(CliServer::SocketPath().c_str(), &client), 0);
+    std::vector<char*> argv;
+    for (std::string& arg : args) {
+        argv.push_back(arg.data());
+    }
+    char* result = nullptr;
+    char* error = nullptr;
+    EXPECT_EQ(unixctl_client_transact(client, command, static_cast<int>(argv.size()), argv.data(),
+                                      &result, &error),
+              0);
+    std::pair<std::string, std::string> reply{result ? result : "", error ? error : ""};
+    free(result);
+    free(error);
+    jsonrpc_close(client);
+    return reply;
+}
+
+TEST_F(CliServerTest, OwnersAnswerTheirCommandsAndANameNobodyAnswersIsNotServed) {
+    CommandRegistry registry;
+    registry.Add("cfgagent/config/local", [](const CommandRegistry::Args&) { return CommandReply("local"); });
+    registry.Add("cfgagent/statecache/L2mac", [](const CommandRegistry::Args& args) {
+        return CommandReply::Failure("Query logical switch MAC Table fail " + args.at(0));
+    });
+    auto server = zef::MakeRef<CliServer>(std::move(registry));
+    ASSERT_TRUE(server->Start());
+    EXPECT_EQ(Transact("cfgagent/config/local", {}).first, "local\n");
+    EXPECT_EQ(Transact("cfgagent/statecache/L2mac", {"ls"}).second,
+              "Query logical switch MAC Table fail ls\n");
+    EXPECT_EQ(Transact("cfgagent/get/loglevel", {}).first.rfind("Current cfgagent logging level is: ", 0), 0u);
+    EXPECT_EQ(Transact("cfgagent/smartnic/demuxbyid", {"a", "b"}).first, "[]\n");
+    EXPECT_NE(Transact("cfgagent/l3/remote", {}).second, "") << "no owner in this process";
+    server->Stop();
+}
+
+// Registration order, as the command table of the socket gives it.
+TEST(CommandTableTest, CommandsComeInTheirRegistrationOrder) {
+    const std::vector<std::string> expected = {
+        "cfgagent/lport/status", "cfgagent/l2/local", "cfgagent/l2/remote", "cfgagent/l3/remote",
+        "cfgagent/config/local", "cfgagent/config/remote", "cfgagent/cache/table",
+        "cfgagent/config/lswitch", "cfgagent/config/lport", "cfgagent/config/tnode",
+        "cfgagent/config/bcluster", "cfgagent/config/mirror", "cfgagent/config/mirrorsession",
+        "cfgagent/config/ipfix", "cfgagent/config/profile", "cfgagent/config/grelation",
+        "cfgagent/config/container", "cfgagent/config/cradletak", "cfgagent/config/uplink",
+        "cfgagent/config/lsportlist", "cfgagent/config/ciflist", "cfgagent/lsp/extracfg",
+        "cfgagent/ls/extracfg", "cfgagent/ls/attachmentcfg", "cfgagent/smartnic/demuxbyid",
+        "cfgagent/smartnic/demuxbytype", "cfgagent/smartnic/demuxinfo", "cfgagent/smartnic/muxconfig",
+        "cfgagent/smartnic/muxl2", "cfgagent/smartnic/muxglobalvtep", "cfgagent/smartnic/hostswitch",
+        "cfgagent/smartnic/rtf", "cfgagent/l2/routingdomain", "cfgagent/bfd",
+        "cfgagent/ipfix-switch/profile/all", "cfgagent/ipfix-switch/profile/lport",
+        "cfgagent/set/loglevel", "cfgagent/get/loglevel", "cfgagent/set-metrics/loglevel",
+        "cfgagent/get-metrics/loglevel", "cfgagent/set-net/loglevel", "cfgagent/get-net/loglevel",
+        "cfgagent/set-rpc/loglevel", "cfgagent/get-rpc/loglevel", "cfgagent/set-loftdb/loglevel",
+        "cfgagent/get-loftdb/loglevel", "cfgagent/set-wft/tracelevel", "cfgagent/get-wft/tracelevel",
+        "cfgagent/set-wft/loglevel", "cfgagent/get-wft/loglevel", "cfgagent/get-wft/stats",
+        "cfgagent/set-sha/loglevel", "cfgagent/get-sha/loglevel", "cfgagent/set-cradle/loglevel",
+        "cfgagent/get-cradle/loglevel", "cfgagent/set-upm/loglevel", "cfgagent/get-upm/loglevel",
+        "dfw/vif", "dfw/exclude", "dfw/switch", "dfw/rules", "dfw/addrsets", "dfw/profiles",
+        "dfw/vifcontainers", "dfw/containers", "dfw/counters", "dfw/intdbgflag", "dfw/hostMaxRules",
+        "dfw/vnicMaxRules", "dfw/vnicRuleCountTable", "dfw/vnicRuleAlarmState",
+        "dfw/hostRuleAlarmState", "dfw/ruleAlarmConfigData", "dfw/tnMetrics", "dfw/lspMetrics",
+        "dfw/getloglevel", "dfw/setloglevel", "dfw/getlibloglevel", "dfw/setlibloglevel",
+        "dfw/getL2MacOptFlag", "dfw/setL2MacOptFlag", "si/get-ordered-service-paths",
+        "si/get-selected-service-paths", "ids/get/status", "ids/get/profiles", "ids/get/rules",
+        "ids/get/loglevel", "ids/get/engine/status", "ids/get/engine/globalstats",
+        "ids/get/engine/loglevel", "ids/get/engine/alertlog", "ids/get/engine/profiles",
+        "ids/get/engine/rules", "ids/get/engine/signaction", "ids/get/engine/profilestats",
+        "ids/get/engine/profilestatus", "ids/set/loglevel", "ids/set/engine/loglevel",
+        "ids/set/engine/alertlog", "ids/dump/profiles", "ids/dump/signatures",
+        "cfgagent/statecache/logicalswitches", "cfgagent/statecache/logicalswitch",
+        "cfgagent/statecache/L2arp", "cfgagent/statecache/L2mac", "cfgagent/statecache/L2vtep",
+        "cfgagent/statecache/L2ND", "cfgagent/statecache/routing-domains",
+        "cfgagent/statecache/routing-domain-uuid", "cfgagent/statecache/dr-vtep",
+        "cfgagent/statecache/tn-tep-group", "cfgagent/cache/size", "cfgagent/set-simulate/out-of-sync",
+    };
+    std::vector<std::string> names;
+    for (const CommandTable::Entry& entry : CommandTable::Entries()) {
+        names.push_back(entry.name);
+    }
+    EXPECT_EQ(names, expected);
 }
 
 TEST_F(CliServerTest, StartServesAndStopEndsTheBlockedLoop) {
-    auto server = zef::MakeRef<CliServer>(cache, nullptr);
+    auto server = zef::MakeRef<CliServer>(CommandRegistry{});
     ASSERT_TRUE(server->Start());
     EXPECT_TRUE(std::filesystem::exists(CliServer::SocketPath()));
     server->Stop();  // must return: the loop sits in its poll
     // A second server in the same process finds the commands registered already.
-    auto again = zef::MakeRef<CliServer>(cache, nullptr);
+    auto again = zef::MakeRef<CliServer>(CommandRegistry{});
     ASSERT_TRUE(again->Start());
     again->Stop();
 }
@@ -91,7 +148,7 @@ TEST_F(CliServerTest, AServerWithoutItsFolderRunsOnWithoutSocket) {
     // A file where the socket's folder should be makes the socket impossible.
     std::FILE* blocker = std::fopen((root + "/var/run/halden/zef-cfgagent").c_str(), "w");
     std::fclose(blocker);
-    CliServer server(cache, nullptr);
+    CliServer server{CommandRegistry{}};
     EXPECT_FALSE(server.Start());
     server.Stop();
 }
@@ -99,9 +156,8 @@ TEST_F(CliServerTest, AServerWithoutItsFolderRunsOnWithoutSocket) {
 TEST(LogLevelCommandsTest, SetAndGetReplies) {
     const int saved = LogLevel::agent.load();
     const int savedConsole = LogLevel::console.exchange(0);
-    size_t count = 0;
-    const LogLevelCommands::Row* rows = LogLevelCommands::Rows(count);
-    ASSERT_EQ(count, 9u);
+    const auto rows = LogLevelCommands::Rows();
+    ASSERT_EQ(rows.size(), 9u);
     EXPECT_EQ(LogLevelCommands::Set(rows[0], "loud"),
               "Setting cfgagent logging level from info to loud failed");
     EXPECT_EQ(LogLevel::agent.load(), saved);
@@ -123,59 +179,6 @@ TEST(LogLevelCommandsTest, SetAndGetReplies) {
     EXPECT_EQ(LogLevelCommands::SetTraceLevel("info"),
               "Setting cfgagent trace level from debug to info successfully");
     LogLevel::console = savedConsole;
-}
-
-}  // namespace
-
-namespace {
-
-std::string Uuid(const char* text) {
-    halden::zef::loftdb::UuidMsg uuid;
-    CfgAgent::UuidFromString(text, uuid);
-    return uuid.SerializeAsString();
-}
-
-TEST(CliPortStatus, APortIsUpOnlyWhenItAndItsSwitchAreAdminUp) {
-    const int savedConsole = LogLevel::console.exchange(0);
-    auto cache = zef::MakeRef<StateCache>();
-    const char* const sw = "00000000-0000-0001-0000-000000000001";
-    const char* const up = "00000000-0000-0002-0000-000000000001";
-    const char* const down = "00000000-0000-0002-0000-000000000002";
-    halden::zef::loftdb::LogSwitchConfigMsg switchAdmin;
-    switchAdmin.set_admin_state_up(true);
-    halden::zef::loftdb::LogSwitchPortConfigMsg portSwitch;
-    UuidFromString(sw, *portSwitch.mutable_switch_id());
-    halden::zef::loftdb::LogSwitchPortConfigMsg portUp;
-    portUp.set_admin_state_up(true);
-    halden::zef::loftdb::LogSwitchPortConfigMsg portDown;
-    portDown.set_admin_state_up(false);
-    LoftDBUpdateList list;
-    list.emplace_back(LOG_SWITCH_CONFIG, Uuid(sw), OP_UPDATE, std::string(), std::string());
-    list.emplace_back(LOG_SWITCH_CONFIG, Uuid(sw), OP_UPDATE, LS_ADMIN_STATE_UP, switchAdmin.SerializeAsString());
-    for (const auto& [port, admin] : {std::pair{up, &portUp}, std::pair{down, &portDown}}) {
-        list.emplace_back(LOG_SWITCH_PORT_CONFIG, Uuid(port), OP_UPDATE, std::string(), std::string());
-        list.emplace_back(LOG_SWITCH_PORT_CONFIG, Uuid(port), OP_UPDATE, LSP_SWITCH_ID,
-                          portSwitch.SerializeAsString());
-        list.emplace_back(LOG_SWITCH_PORT_CONFIG, Uuid(port), OP_UPDATE, LSP_ADMIN_STATE_UP,
-                          admin->SerializeAsString());
-    }
-    cache->ConfigTable()->UpdateDesiredState(list, true);
-    CliServer server(cache, nullptr);
-    const std::string table = server.PortStatus();
-    std::istringstream lines(table);
-    std::string header;
-    std::getline(lines, header);
-    EXPECT_EQ(header.size(), 40u + 8 + 52 + 40 + 40);
-    EXPECT_EQ(header.substr(0, 17), "Logical Port UUID");
-    EXPECT_EQ(header.substr(40, 6), "Status");
-    std::map<std::string, std::string> status;
-    for (std::string line; std::getline(lines, line);) {
-        status[line.substr(0, 36)] = line.substr(40, 8);
-        EXPECT_EQ(line.substr(100, 36), sw);
-    }
-    EXPECT_EQ(status[up], "up      ");
-    EXPECT_EQ(status[down], "down    ");
-    LogLevel::console.store(savedConsole);
 }
 
 }  // namespace

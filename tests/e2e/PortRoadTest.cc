@@ -1,8 +1,8 @@
 #include <gtest/gtest.h>
 
 #include "PortRoad.h"
-#include "port/KcpNotificationCodec.h"
-#include "port/KcpTypes.h"
+#include "port/kcp/KcpNotificationCodec.h"
+#include "port/kcp/KcpTypes.h"
 
 using namespace std::chrono_literals;
 

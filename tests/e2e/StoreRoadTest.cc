@@ -5,7 +5,10 @@
 #include <filesystem>
 #include <functional>
 #include <memory>
+#include <sstream>
+#include <string>
 #include <thread>
+#include <vector>
 
 #include "HostProcesses.h"
 
@@ -91,6 +94,26 @@ TEST_F(StoreRoadTest, LogLevelsAreSetAndReadThroughTheSocket) {
               "Current cfgagent loftDb logging level is: info\n");
     EXPECT_EQ(Appctl({"cfgagent/smartnic/muxl2"}), "[]\n");
     EXPECT_TRUE(Has(Appctl({"cfgagent/cache/size"}), "\"DesiredConfigCache\""));
+}
+
+// The library lists the commands that have a usage text, by name.
+TEST_F(StoreRoadTest, ListCommandsShowsTheCommandsThatTakeAnArgument) {
+    std::istringstream lines(Appctl({"list-commands"}));
+    std::vector<std::string> names;
+    for (std::string line; std::getline(lines, line);) {
+        std::istringstream words(line);
+        std::string name;
+        if (line.rfind("  ", 0) == 0 && words >> name) {
+            names.push_back(name);
+        }
+    }
+    const std::vector<std::string> expected = {
+        "cfgagent/set-cradle/loglevel", "cfgagent/set-loftdb/loglevel", "cfgagent/set-metrics/loglevel",
+        "cfgagent/set-net/loglevel",    "cfgagent/set-rpc/loglevel",    "cfgagent/set-sha/loglevel",
+        "cfgagent/set-upm/loglevel",    "cfgagent/set-wft/loglevel",    "cfgagent/set-wft/tracelevel",
+        "cfgagent/set/loglevel",        "list-commands",                "version",
+    };
+    EXPECT_EQ(names, expected);
 }
 
 }  // namespace

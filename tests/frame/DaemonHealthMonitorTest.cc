@@ -8,9 +8,10 @@
 #include "TestSupport.h"
 #include "frame/DaemonHealthMonitor.h"
 #include "frame/IoContexts.h"
-#include "frame/log/LogLevel.h"
+#include "log/LogLevel.h"
 #include "platform/EchoPeer.h"
-#include "port/IDVSPropConvertor.h"
+#include "frame/IDaemonHealthListener.h"
+#include "frame/IStoreEcho.h"
 #include "zef/AsioZefProvider.h"
 #include "zef/rpc/Stub.h"
 
@@ -18,21 +19,17 @@ namespace FrameTest {
 namespace {
 
 using CfgAgent::DaemonHealthMonitor;
-using CfgAgent::IDVSPropConvertor;
+using CfgAgent::IDaemonHealthListener;
 using Update = std::pair<uint32_t, uint32_t>;  // value, source
 
-constexpr Update kStoreUp{1, IDVSPropConvertor::HEALTH_LOFTDB};
-constexpr Update kStoreDown{0, IDVSPropConvertor::HEALTH_LOFTDB};
-constexpr Update kProxyUp{1, IDVSPropConvertor::HEALTH_PROXY};
-constexpr Update kProxyDown{0, IDVSPropConvertor::HEALTH_PROXY};
+constexpr Update kStoreUp{1, IDaemonHealthListener::HEALTH_LOFTDB};
+constexpr Update kStoreDown{0, IDaemonHealthListener::HEALTH_LOFTDB};
+constexpr Update kProxyUp{1, IDaemonHealthListener::HEALTH_PROXY};
+constexpr Update kProxyDown{0, IDaemonHealthListener::HEALTH_PROXY};
 
 // Holds each echo's callback until the case answers it.
-class FakeStore : public CfgAgent::ILoftdbClient {
+class FakeStore : public CfgAgent::IStoreEcho {
 public:
-    void Write(const std::vector<halden::zef::loftdb::ModifyRequestMsg>&) override {}
-    void WriteRuntimeState(bool, RuntimeKind, std::vector<halden::zef::loftdb::ModifyRequestMsg>,
-                           std::vector<halden::zef::loftdb::ModifyRequestMsg>) override {}
-    void RegisterCradleVifMonitor() override {}
     bool Echo(const std::string& text, EchoCallback done) override {
         std::lock_guard<std::mutex> guard(mutex);
         texts.push_back(text);
@@ -41,9 +38,7 @@ public:
         }
         return reachable;
     }
-    void ReadObject(uint32_t, const std::string&, ReadCallback) override {}
     uint64_t LastBarrierTime() const override { return barrierSeconds.load(); }
-    uint32_t VdbId() const override { return 1; }
 
     void Answer(int status) {
         EchoCallback done;
@@ -67,24 +62,9 @@ public:
     std::vector<EchoCallback> pending;
 };
 
-// Keeps the health updates; the rest of the port bookkeeping is not asked.
-class FakeConvertor : public IDVSPropConvertor {
+// Keeps the health updates.
+class FakeConvertor : public IDaemonHealthListener {
 public:
-    void ProcessConfigPropertyUpdate(uint32_t, const std::string&, uint32_t, uint32_t,
-                                     const std::string&) override {}
-    void ProcessConfigEntityUpdate(uint32_t, const std::string&, uint32_t) override {}
-    void SendPortUnblockUpdate(const std::vector<std::string>&,
-                               const std::vector<std::string>&) override {}
-    void ProcessVifInfoUpdate(const CfgAgent::VifInfo&, uint32_t, bool) override {}
-    void ProcessUplinkUpdate(const CfgAgent::UplinkInfo&, uint32_t) override {}
-    void ProcessUplinkFullSync(const std::vector<CfgAgent::UplinkInfo>&) override {}
-    void FullSync(bool) override {}
-    void OnVifReportComplete() override {}
-    void SetPortOutOfSync(const std::string&) override {}
-    void SetTaknicOutOfSync(const std::string&) override {}
-    void QueueHotmovePortSync(const std::string&, uint32_t) override {}
-    void RemoveFromHotmoveQueue(const std::string&) override {}
-    void ResetSync() override {}
     void OnDaemonHealthStateUpdate(uint32_t value, uint32_t source) override {
         std::lock_guard<std::mutex> guard(mutex);
         updates.emplace_back(value, source);
@@ -212,21 +192,21 @@ TEST_F(DaemonHealthMonitorTest, TheTimerChecksOneSecondAfterStart) {
 TEST_F(DaemonHealthMonitorTest, BarriersKeepTheStoreUpWhenNoEchoIsAnswered) {
     Make(ClosedEndpoint());
     monitor->Check();
-    EXPECT_EQ(convertor.Of(IDVSPropConvertor::HEALTH_LOFTDB), std::vector<uint32_t>{1});
+    EXPECT_EQ(convertor.Of(IDaemonHealthListener::HEALTH_LOFTDB), std::vector<uint32_t>{1});
     for (int i = 0; i < 4; ++i) {
         Advance(30);
         store.barrierSeconds = seconds.load();
         monitor->Check();
     }
-    EXPECT_EQ(convertor.Of(IDVSPropConvertor::HEALTH_LOFTDB), std::vector<uint32_t>{1});
+    EXPECT_EQ(convertor.Of(IDaemonHealthListener::HEALTH_LOFTDB), std::vector<uint32_t>{1});
     EXPECT_EQ(store.Echoes(), 1u) << "the echo in flight is never sent again";
 
     Advance(60);
     monitor->Check();
-    EXPECT_EQ(convertor.Of(IDVSPropConvertor::HEALTH_LOFTDB), std::vector<uint32_t>{1});
+    EXPECT_EQ(convertor.Of(IDaemonHealthListener::HEALTH_LOFTDB), std::vector<uint32_t>{1});
     Advance(1);
     monitor->Check();
-    EXPECT_EQ(convertor.Of(IDVSPropConvertor::HEALTH_LOFTDB), (std::vector<uint32_t>{1, 0}));
+    EXPECT_EQ(convertor.Of(IDaemonHealthListener::HEALTH_LOFTDB), (std::vector<uint32_t>{1, 0}));
     EXPECT_EQ(monitor->LoftdbConnected(), 0u);
 }
 
@@ -240,15 +220,15 @@ TEST_F(DaemonHealthMonitorTest, TheStoreGoesDownSixtySecondsAfterTheLastGoodEcho
         monitor->Check();
         store.Answer(1);
     }
-    EXPECT_EQ(convertor.Of(IDVSPropConvertor::HEALTH_LOFTDB), std::vector<uint32_t>{1});
+    EXPECT_EQ(convertor.Of(IDaemonHealthListener::HEALTH_LOFTDB), std::vector<uint32_t>{1});
     EXPECT_EQ(store.Echoes(), 7u) << "each answer, failed ones too, lets the next ping go";
     Advance(1);
     monitor->Check();
-    EXPECT_EQ(convertor.Of(IDVSPropConvertor::HEALTH_LOFTDB), (std::vector<uint32_t>{1, 0}));
+    EXPECT_EQ(convertor.Of(IDaemonHealthListener::HEALTH_LOFTDB), (std::vector<uint32_t>{1, 0}));
 
     store.Answer(0);
     monitor->Check();
-    EXPECT_EQ(convertor.Of(IDVSPropConvertor::HEALTH_LOFTDB), (std::vector<uint32_t>{1, 0, 1}))
+    EXPECT_EQ(convertor.Of(IDaemonHealthListener::HEALTH_LOFTDB), (std::vector<uint32_t>{1, 0, 1}))
         << "an answer brings it back at the next check";
 }
 
@@ -261,7 +241,7 @@ TEST_F(DaemonHealthMonitorTest, AnUnsentPingTakesTheStoreDownAtOnce) {
     EXPECT_EQ(convertor.Updates(), (std::vector<Update>{kStoreUp, kStoreDown}));
     store.reachable = true;
     monitor->Check();
-    EXPECT_EQ(convertor.Of(IDVSPropConvertor::HEALTH_LOFTDB), (std::vector<uint32_t>{1, 0, 1}));
+    EXPECT_EQ(convertor.Of(IDaemonHealthListener::HEALTH_LOFTDB), (std::vector<uint32_t>{1, 0, 1}));
 }
 
 TEST_F(DaemonHealthMonitorTest, ALateEchoAfterStopFindsItsOwner) {
@@ -278,20 +258,20 @@ TEST_F(DaemonHealthMonitorTest, TheProxyIsUpWhileItsStubAnswersAndDownAtOnceWith
     ASSERT_TRUE(peer.Listen());
     Make(peer.Endpoint());
     ASSERT_TRUE(WaitForProxyPing());
-    EXPECT_EQ(convertor.Of(IDVSPropConvertor::HEALTH_PROXY), std::vector<uint32_t>{1});
+    EXPECT_EQ(convertor.Of(IDaemonHealthListener::HEALTH_PROXY), std::vector<uint32_t>{1});
     ASSERT_TRUE(WaitForProxyPing()) << "each answer opens the way for the next ping";
 
     peer.Stop();
     ASSERT_TRUE(WaitUntil([&] {
         monitor->Check();
-        return convertor.Of(IDVSPropConvertor::HEALTH_PROXY).size() == 2;
+        return convertor.Of(IDaemonHealthListener::HEALTH_PROXY).size() == 2;
     }));
     EXPECT_EQ(convertor.Updates().back(), kProxyDown);
 
     ASSERT_TRUE(peer.Listen());
     ASSERT_TRUE(WaitForProxyPing()) << "the keeper reconnects and a new stub comes";
-    EXPECT_EQ(convertor.Of(IDVSPropConvertor::HEALTH_PROXY), (std::vector<uint32_t>{1, 0, 1}));
-    EXPECT_EQ(convertor.Of(IDVSPropConvertor::HEALTH_LOFTDB), std::vector<uint32_t>{1});
+    EXPECT_EQ(convertor.Of(IDaemonHealthListener::HEALTH_PROXY), (std::vector<uint32_t>{1, 0, 1}));
+    EXPECT_EQ(convertor.Of(IDaemonHealthListener::HEALTH_LOFTDB), std::vector<uint32_t>{1});
 }
 
 TEST_F(DaemonHealthMonitorTest, OnlyAStreamDownForAnotherReasonAsksForANewStub) {

@@ -1,11 +1,11 @@
-#include "frame/log/zef/Logger.h"
+#include "log/zef/Logger.h"
 
 #include <gtest/gtest.h>
 
 #include <string>
 
-#include "frame/log/LogLevel.h"
-#include "frame/log/LogTables.h"
+#include "log/LogLevel.h"
+#include "log/LogTables.h"
 
 namespace FrameTest {
 namespace {

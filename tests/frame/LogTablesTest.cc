@@ -1,4 +1,4 @@
-#include "frame/log/LogTables.h"
+#include "log/LogTables.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "frame/log/Logger.h"
+#include "log/Logger.h"
 
 #include <gtest/gtest.h>
 #include <pthread.h>
@@ -11,8 +11,8 @@
 #include <string>
 
 #include "TestSupport.h"
-#include "frame/log/LogTables.h"
-#include "frame/log/TenantContext.h"
+#include "log/LogTables.h"
+#include "log/TenantContext.h"
 #include "loftdb_common.pb.h"
 
 namespace FrameTest {

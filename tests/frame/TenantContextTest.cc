@@ -1,4 +1,4 @@
-#include "frame/log/TenantContext.h"
+#include "log/TenantContext.h"
 
 #include <gtest/gtest.h>
 

@@ -13,7 +13,7 @@
 #include <thread>
 #include <utility>
 
-#include "frame/log/LogLevel.h"
+#include "log/LogLevel.h"
 
 namespace FrameTest {
 

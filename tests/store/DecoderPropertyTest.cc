@@ -8,7 +8,7 @@
 #include <memory>
 
 #include "DecoderTestSupport.h"
-#include "frame/log/TenantContext.h"
+#include "log/TenantContext.h"
 #include "frame/vocabulary/ObjectType.h"
 #include "frame/vocabulary/PropertyType.h"
 #include "frame/vocabulary/UpdateOperation.h"

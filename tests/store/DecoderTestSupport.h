@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "frame/log/LogLevel.h"
+#include "log/LogLevel.h"
 #include "frame/vocabulary/LoftDBUpdateMsg.h"
 #include "loftdb_common.pb.h"
 #include "loftdb_store.pb.h"

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "frame/log/LogLevel.h"
+#include "log/LogLevel.h"
 #include "frame/vocabulary/ObjectType.h"
 #include "frame/vocabulary/PropertyType.h"
 #include "frame/vocabulary/UpdateOperation.h"

@@ -4,7 +4,7 @@
 
 #include <thread>
 
-#include "frame/log/LogLevel.h"
+#include "log/LogLevel.h"
 #include "frame/vocabulary/UpdateOperation.h"
 
 namespace {

@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "frame/log/LogLevel.h"
+#include "log/LogLevel.h"
 
 namespace StoreTest {
 namespace {

@@ -13,7 +13,7 @@
 
 #include "StoreTestSupport.h"
 #include "Transaction.h"
-#include "frame/log/zef/Logger.h"
+#include "log/zef/Logger.h"
 #include "zef/LibraryLogLevels.h"
 #include "zef/loftdb/ObjectTypes.h"
 #include "zef/loftdb/OpReflection.h"

@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "port/KcpTypes.h"
+#include "port/kcp/KcpTypes.h"
 
 namespace Dpsim {
 

@@ -18,7 +18,7 @@
 #include "RecordFile.h"
 #include "Simulator.h"
 #include "UnixListener.h"
-#include "frame/HostPaths.h"
+#include "host/HostPaths.h"
 
 namespace Dpsim {
 

@@ -5,7 +5,7 @@
 #include <sstream>
 
 #include "AddressText.h"
-#include "port/KcpTypes.h"
+#include "port/kcp/KcpTypes.h"
 
 namespace Dpsim {
 

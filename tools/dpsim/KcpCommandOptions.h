@@ -4,8 +4,8 @@
 #include <string>
 #include <vector>
 
-#include "port/KcpUplinkRecord.h"
-#include "port/KcpVifRecord.h"
+#include "port/kcp/KcpUplinkRecord.h"
+#include "port/kcp/KcpVifRecord.h"
 
 namespace Dpsim {
 

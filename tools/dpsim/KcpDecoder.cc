@@ -2,12 +2,12 @@
 
 #include <vector>
 
-#include "port/KcpDump.h"
-#include "port/KcpMessage.h"
-#include "port/KcpNotificationCodec.h"
-#include "port/KcpQueryCodec.h"
-#include "port/KcpSessionCodec.h"
-#include "port/KcpTypes.h"
+#include "port/kcp/KcpDump.h"
+#include "port/kcp/KcpMessage.h"
+#include "port/kcp/KcpNotificationCodec.h"
+#include "port/kcp/KcpQueryCodec.h"
+#include "port/kcp/KcpSessionCodec.h"
+#include "port/kcp/KcpTypes.h"
 
 namespace Dpsim {
 

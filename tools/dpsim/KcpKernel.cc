@@ -3,14 +3,14 @@
 #include <algorithm>
 #include <span>
 
-#include "port/BigEndian.h"
-#include "port/KcpMessage.h"
-#include "port/KcpNotificationCodec.h"
-#include "port/KcpTypes.h"
-#include "port/KcpUpdateCodec.h"
-#include "port/KcpUplinkUpdateCodec.h"
-#include "port/KcpVifUpdateCodec.h"
-#include "port/Tlv.h"
+#include "dplink/BigEndian.h"
+#include "port/kcp/KcpMessage.h"
+#include "port/kcp/KcpNotificationCodec.h"
+#include "port/kcp/KcpTypes.h"
+#include "port/kcp/KcpUpdateCodec.h"
+#include "port/kcp/KcpUplinkUpdateCodec.h"
+#include "port/kcp/KcpVifUpdateCodec.h"
+#include "dplink/Tlv.h"
 
 namespace Dpsim {
 

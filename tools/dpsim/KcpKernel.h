@@ -5,9 +5,9 @@
 #include <string>
 #include <vector>
 
-#include "port/KcpNotification.h"
-#include "port/KcpUplinkRecord.h"
-#include "port/KcpVifRecord.h"
+#include "port/kcp/KcpNotification.h"
+#include "port/kcp/KcpUplinkRecord.h"
+#include "port/kcp/KcpVifRecord.h"
 
 namespace Dpsim {
 

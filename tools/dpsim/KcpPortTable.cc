@@ -5,13 +5,13 @@
 
 #include "AddressText.h"
 #include "KcpUpdateCheck.h"
-#include "port/KcpContainerUpdateCodec.h"
-#include "port/KcpHdsUpdateCodec.h"
-#include "port/KcpIdListCodec.h"
-#include "port/KcpMessage.h"
-#include "port/KcpPortContainerListCodec.h"
-#include "port/KcpPropertyUpdateCodec.h"
-#include "port/KcpTypes.h"
+#include "port/kcp/KcpContainerUpdateCodec.h"
+#include "port/kcp/KcpHdsUpdateCodec.h"
+#include "port/kcp/KcpIdListCodec.h"
+#include "port/kcp/KcpMessage.h"
+#include "port/kcp/KcpPortContainerListCodec.h"
+#include "port/kcp/KcpPropertyUpdateCodec.h"
+#include "port/kcp/KcpTypes.h"
 
 namespace Dpsim {
 

@@ -11,8 +11,8 @@
 #include <vector>
 
 #include "KcpPropertyJson.h"
-#include "port/KcpContainerRecord.h"
-#include "port/KcpProperty.h"
+#include "port/kcp/KcpContainerRecord.h"
+#include "port/kcp/KcpProperty.h"
 
 namespace Dpsim {
 

@@ -8,10 +8,10 @@
 #include "KcpCommandOptions.h"
 #include "KcpDecoder.h"
 #include "KcpKernel.h"
-#include "port/KcpMessage.h"
-#include "port/KcpQueryCodec.h"
-#include "port/KcpSessionCodec.h"
-#include "port/KcpTypes.h"
+#include "port/kcp/KcpMessage.h"
+#include "port/kcp/KcpQueryCodec.h"
+#include "port/kcp/KcpSessionCodec.h"
+#include "port/kcp/KcpTypes.h"
 
 namespace Dpsim {
 

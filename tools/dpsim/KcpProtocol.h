@@ -5,9 +5,9 @@
 
 #include "KcpPortTable.h"
 #include "LinkProtocol.h"
-#include "port/KcpSessionControl.h"
-#include "port/KcpUplinkRecord.h"
-#include "port/KcpVifRecord.h"
+#include "port/kcp/KcpSessionControl.h"
+#include "port/kcp/KcpUplinkRecord.h"
+#include "port/kcp/KcpVifRecord.h"
 
 namespace Dpsim {
 

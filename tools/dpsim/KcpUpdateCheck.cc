@@ -1,13 +1,13 @@
 #include "KcpUpdateCheck.h"
 
-#include "port/FixedText.h"
-#include "port/KcpContainerUpdateCodec.h"
-#include "port/KcpHdsUpdateCodec.h"
-#include "port/KcpIdListCodec.h"
-#include "port/KcpPropertyUpdateCodec.h"
-#include "port/KcpRecordRow.h"
-#include "port/KcpTypes.h"
-#include "port/Tlv.h"
+#include "dplink/FixedText.h"
+#include "port/kcp/KcpContainerUpdateCodec.h"
+#include "port/kcp/KcpHdsUpdateCodec.h"
+#include "port/kcp/KcpIdListCodec.h"
+#include "port/kcp/KcpPropertyUpdateCodec.h"
+#include "port/kcp/KcpRecordRow.h"
+#include "port/kcp/KcpTypes.h"
+#include "dplink/Tlv.h"
 
 namespace Dpsim {
 

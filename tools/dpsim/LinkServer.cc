@@ -12,7 +12,7 @@
 #include <future>
 
 #include "UnixListener.h"
-#include "port/Tlv.h"
+#include "dplink/Tlv.h"
 
 namespace Dpsim {
 

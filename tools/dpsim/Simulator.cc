@@ -1,6 +1,6 @@
 #include "Simulator.h"
 
-#include "frame/HostPaths.h"
+#include "host/HostPaths.h"
 
 namespace Dpsim {
 

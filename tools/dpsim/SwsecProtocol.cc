@@ -1,9 +1,9 @@
 #include "SwsecProtocol.h"
 
 #include "AddressText.h"
-#include "port/BigEndian.h"
-#include "port/SwsecCodec.h"
-#include "port/Tlv.h"
+#include "dplink/BigEndian.h"
+#include "port/swsec/SwsecCodec.h"
+#include "dplink/Tlv.h"
 
 namespace Dpsim {
 

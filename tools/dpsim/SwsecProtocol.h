@@ -4,7 +4,7 @@
 #include <string>
 
 #include "LinkProtocol.h"
-#include "port/SwsecBindings.h"
+#include "port/swsec/SwsecBindings.h"
 
 namespace Dpsim {
 

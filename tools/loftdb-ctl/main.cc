@@ -16,8 +16,8 @@
 #include <vector>
 
 #include "JsonObjects.h"
-#include "frame/Endpoints.h"
-#include "frame/log/LogLevel.h"
+#include "host/Endpoints.h"
+#include "log/LogLevel.h"
 #include "zef/loftdb/LoftDbClient.h"
 #include "zef/loftdb/ObjectTypeTable.h"
 #include "zef/loftdb/ObjectTypes.h"

@@ -7,7 +7,7 @@
 
 #include "Journal.h"
 #include "StoreSession.h"
-#include "frame/log/zef/Logger.h"
+#include "log/zef/Logger.h"
 #include "zef/LibraryLogLevels.h"
 #include "zef/loftdb/ObjectTypes.h"
 #include "zef/loftdb/UpdateBuilder.h"

@@ -13,7 +13,7 @@
 #include <string>
 
 #include "daemon_health.pb.h"
-#include "frame/Endpoints.h"
+#include "host/Endpoints.h"
 #include "zef/rpc/Endpoint.h"
 #include "zef/rpc/RpcRuntime.h"
 #include "zef/rpc/Server.h"

@@ -10,7 +10,7 @@
 #include <boost/asio/steady_timer.hpp>
 #include <condition_variable>
 
-#include "frame/log/zef/Logger.h"
+#include "log/zef/Logger.h"
 #include "zef/LibraryLogLevels.h"
 #include "zef/net/FramedSocket.h"
 #include "zef/rpc/Endpoint.h"

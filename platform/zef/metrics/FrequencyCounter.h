@@ -1,6 +1,5 @@
 #pragma once
 
-#include <chrono>
 #include <cstdint>
 #include <mutex>
 
@@ -9,7 +8,7 @@
 
 namespace zef::metrics {
 
-// Counts events and reads as a total plus a rate over the counter's life.
+// Counts events.
 class FrequencyCounter final : public MetricValue {
 public:
     static constexpr ValueType kType = ValueType::Frequency;
@@ -22,20 +21,12 @@ public:
         std::lock_guard<SpinLock> guard(_lock);
         return _count;
     }
-    double RatePerSecond() const {
-        auto elapsed = std::chrono::duration<double>(std::chrono::steady_clock::now() - _born);
-        return elapsed.count() > 0 ? static_cast<double>(Count()) / elapsed.count() : 0.0;
-    }
 
     ValueType Type() const override { return kType; }
-    std::string Text() const override {
-        return std::to_string(Count()) + " (" + std::to_string(RatePerSecond()) + "/s)";
-    }
 
 private:
     mutable SpinLock _lock;
     uint64_t _count = 0;
-    const std::chrono::steady_clock::time_point _born = std::chrono::steady_clock::now();
 };
 
 }  // namespace zef::metrics

@@ -32,11 +32,6 @@ public:
     }
 
     ValueType Type() const override { return kType; }
-    std::string Text() const override {
-        Reading r = Read();
-        return "count " + std::to_string(r.count) + " sum " + std::to_string(r.sumMicros) +
-               "us max " + std::to_string(r.maxMicros) + "us";
-    }
 
 private:
     mutable SpinLock _lock;

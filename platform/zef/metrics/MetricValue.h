@@ -11,12 +11,11 @@ enum class ValueType : uint64_t {
     Latency = 3,
 };
 
-// A named value in the registry; `Text` is its reading for a dump.
+// A named value in the registry.
 class MetricValue {
 public:
     virtual ~MetricValue() = default;
     virtual ValueType Type() const = 0;
-    virtual std::string Text() const = 0;
 };
 
 }  // namespace zef::metrics

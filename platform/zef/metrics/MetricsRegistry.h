@@ -22,8 +22,6 @@ public:
         return std::static_pointer_cast<T>(value);
     }
 
-    // name -> reading, in name order.
-    std::map<std::string, std::string> Snapshot() const;
 
 private:
     template <typename Make>

@@ -24,7 +24,6 @@ public:
     }
 
     ValueType Type() const override { return kType; }
-    std::string Text() const override { return std::to_string(Value()); }
 
 private:
     mutable SpinLock _lock;

@@ -27,7 +27,6 @@ public:
     void Send(std::string body);
     void Close(const std::string& why);
 
-    boost::asio::any_io_executor Executor() { return _socket.get_executor(); }
 
 private:
     void Read();

@@ -3,7 +3,7 @@
 #include <future>
 #include <sstream>
 
-#include "frame/log/zef/Logger.h"
+#include "log/zef/Logger.h"
 #include "zef/LibraryLogLevels.h"
 #include "zef/net/FramedSocket.h"
 

@@ -2,7 +2,7 @@
 
 #include <boost/asio/post.hpp>
 
-#include "frame/log/zef/Logger.h"
+#include "log/zef/Logger.h"
 #include "zef/LibraryLogLevels.h"
 #include "zef/rpc/Connection.h"
 #include "zef/rpc/RpcRuntime.h"

@@ -6,7 +6,7 @@
 #include <boost/asio/post.hpp>
 #include <future>
 
-#include "frame/log/zef/Logger.h"
+#include "log/zef/Logger.h"
 #include "zef/LibraryLogLevels.h"
 #include "zef/rpc/Endpoint.h"
 #include "zef/rpc/ServerBuilder.h"

@@ -4,7 +4,7 @@
 
 #include <algorithm>
 
-#include "frame/log/zef/Logger.h"
+#include "log/zef/Logger.h"
 #include "sha.pb.h"
 #include "zef/LibraryLogLevels.h"
 

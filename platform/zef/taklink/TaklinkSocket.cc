@@ -9,7 +9,7 @@
 #include <cstring>
 #include <string>
 
-#include "frame/HostPaths.h"
+#include "host/HostPaths.h"
 
 namespace zef::taklink {
 

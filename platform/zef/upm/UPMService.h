@@ -1,6 +1,5 @@
 #pragma once
 
-#include <atomic>
 #include <cstdint>
 #include <map>
 #include <mutex>
@@ -9,13 +8,12 @@
 
 namespace zef::upm {
 
-// Profile and group membership queries of the host; the service has a life
-// cycle of its own.
+// Profile and group membership queries of the host. The stand-in has
+// nothing to start or stop; its owner still calls both.
 class UPMService {
 public:
-    void Start() { _running = true; }
-    void Stop() { _running = false; }
-    bool IsRunning() const { return _running; }
+    void Start() {}
+    void Stop() {}
 
     // The profile of `kind` that applies to an entity, as a serialized
     // profile message; false when none does.
@@ -39,7 +37,6 @@ public:
     }
 
 private:
-    std::atomic<bool> _running{false};
     mutable std::mutex _mutex;
     std::map<std::pair<std::string, uint32_t>, std::string> _profiles;
 };

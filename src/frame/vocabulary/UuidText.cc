@@ -5,7 +5,7 @@
 #include <boost/uuid/uuid_io.hpp>
 #include <stdexcept>
 
-#include "frame/log/Logger.h"
+#include "log/Logger.h"
 #include "loftdb_common.pb.h"
 
 namespace CfgAgent {

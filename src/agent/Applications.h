@@ -1,0 +1,17 @@
+#pragma once
+
+namespace CfgAgent {
+
+class AppRegistry;
+
+// The one place that knows every application of this build.
+class Applications {
+public:
+    // Every kind, in the order applications stop in.
+    static void RegisterAll(AppRegistry& registry);
+    // What the process monitor is told of the store: the port session's
+    // health monitor, false without the port session.
+    static bool StoreConnected(const AppRegistry& registry);
+};
+
+}  // namespace CfgAgent

@@ -1,3 +1,0 @@
-#include "frame/Agent.h"
-
-int main(int argc, char** argv) { return CfgAgent::Agent::Main(argc, argv); }

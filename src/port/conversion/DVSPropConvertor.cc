@@ -1,0 +1,1075 @@
+#include "port/conversion/DVSPropConvertor.h"
+
+#include <algorithm>
+#include <cctype>
+#include <mutex>
+
+#include "cache/IStateCacheConfigTable.h"
+#include "frame/AgentLock.h"
+#include "frame/IoContexts.h"
+#include "log/Logger.h"
+#include "frame/vocabulary/ObjectType.h"
+#include "frame/vocabulary/PropertyType.h"
+#include "frame/vocabulary/UpdateOperation.h"
+#include "frame/vocabulary/UuidText.h"
+#include "loftdb_switching.pb.h"
+#include "loftdb_system.pb.h"
+#include "cache/ConfigEntry.h"
+#include "port/conversion/KCPMsgConvertor.h"
+#include "port/kcp/KcpTypes.h"
+#include "port/conversion/PortList.h"
+#include "port/conversion/PortPropertyValues.h"
+
+namespace CfgAgent {
+
+namespace {
+
+using Lock = std::lock_guard<std::recursive_mutex>;
+
+constexpr const char* kCradleTaknic = "cradleTaknic";
+constexpr uint32_t kCcpConnected = 1;
+
+bool StartsWith(const std::string& text, const char* prefix) {
+    return text.rfind(prefix, 0) == 0;
+}
+
+bool IsUuidText(const std::string& text) {
+    halden::zef::loftdb::UuidMsg uuid;
+    return UuidFromString(text, uuid);
+}
+
+// Logs the first character that is not a digit.
+bool IsValidDVPortID(const std::string& portId) {
+    auto bad = std::find_if(portId.begin(), portId.end(),
+                            [](unsigned char c) { return std::isdigit(c) == 0; });
+    if (bad == portId.end()) {
+        return !portId.empty();
+    }
+    CFG_LOG(LL_DEBUG, "IsValidDVPortID portID %1, %2", portId, std::string(1, *bad));
+    return false;
+}
+
+std::string SerializedUuid(const std::string& text) {
+    halden::zef::loftdb::UuidMsg uuid;
+    return UuidFromString(text, uuid) ? uuid.SerializeAsString() : std::string();
+}
+
+template <typename Message>
+bool Stored(IStateCacheConfigTable& table, uint32_t objectType, uint32_t propertyType,
+            const std::string& serializedId, Message& message) {
+    std::string value;
+    return !serializedId.empty() &&
+           table.GetObjectProperty(objectType, propertyType, serializedId, value) &&
+           message.ParseFromString(value);
+}
+
+bool StoredSwitch(IStateCacheConfigTable& table, uint32_t propertyType, const std::string& lsText,
+                  halden::zef::loftdb::LogSwitchConfigMsg& message) {
+    return Stored(table, LOG_SWITCH_CONFIG, propertyType, SerializedUuid(lsText), message);
+}
+
+bool StoredPort(IStateCacheConfigTable& table, uint32_t propertyType, const std::string& lspText,
+                halden::zef::loftdb::LogSwitchPortConfigMsg& message) {
+    return Stored(table, LOG_SWITCH_PORT_CONFIG, propertyType, SerializedUuid(lspText), message);
+}
+
+bool IsSpfPort(const PortEntry& port) {
+    return StartsWith(port.portId, "spfPort");
+}
+
+// The properties a port reads from its logical port, in the order they are built.
+constexpr uint32_t kPortBuildOrder[] = {
+    LSP_SWITCH_ID,      LSP_IP_DISCOVERY,    LSP_SWITCH_SECURITY,   LSP_QOS,
+    LSP_ADMIN_STATE_UP, LSP_MAC_MANAGEMENT,  LSP_ATTACHMENT,        LSP_EXTRA_CONFIGS,
+    LSP_IGNORE_BINDINGS, LSP_REALTIME_PROFINET, LSP_REALTIME_LATENCY, LSP_REALTIME_PRP,
+};
+
+// A switch's properties that a port carries, in the order they are built.
+constexpr uint32_t kSwitchBuildOrder[] = {
+    LS_VNI, LS_REPLICATION_MODE, LS_VLAN, LS_VLAN_TRUNK, LS_UPLINK_TEAMING_POLICY,
+};
+
+}  // namespace
+
+DVSPropConvertor::DVSPropConvertor(IStateCacheConfigTable& configTable, IConfigApp& configApp)
+    : _configTable(configTable),
+      _kcpMsgConvertor(zef::MakeRef<KCPMsgConvertor>(configApp)),
+      _portList(std::make_unique<PortList>()) {
+    InitHandlerMap();
+}
+
+DVSPropConvertor::~DVSPropConvertor() = default;
+
+void DVSPropConvertor::InitHandlerMap() {
+    for (uint32_t type : {LS_VNI, LS_REPLICATION_MODE, LS_VLAN, LS_ADMIN_STATE_UP, LS_VLAN_TRUNK,
+                          LS_UPLINK_TEAMING_POLICY}) {
+        _cfgUpdateHandlerMap[type] = &DVSPropConvertor::HandleLogicalSwitchUpdate;
+    }
+    _cfgUpdateHandlerMap[LSP_SWITCH_ID] = &DVSPropConvertor::HandleLogicalPortSwitchId;
+    _cfgUpdateHandlerMap[LSP_ATTACHMENT] = &DVSPropConvertor::HandleLogicalPortAttachment;
+    _cfgUpdateHandlerMap[LSP_ADMIN_STATE_UP] = &DVSPropConvertor::HandleLogicalPortAdminState;
+    _cfgUpdateHandlerMap[LSP_MAC_MANAGEMENT] = &DVSPropConvertor::HandleMacManagement;
+    _cfgUpdateHandlerMap[LSP_EXTRA_CONFIGS] = &DVSPropConvertor::HandleLogicalPortExtraConfig;
+    _cfgUpdateHandlerMap[LS_EXTRA_CONFIGS] = &DVSPropConvertor::HandleLogicalSwitchExtraConfig;
+    _cfgUpdateHandlerMap[LS_ATTACHMENT] = &DVSPropConvertor::HandleChildLogicalSwitch;
+    _cfgUpdateHandlerMap[TN_TRANSPORT_SWITCHES] = &DVSPropConvertor::HandleTransportSwitches;
+}
+
+void DVSPropConvertor::Start() {
+    Lock guard(agentLock());
+    _kcpMsgConvertor->SendGlobalProperties(
+        KCP_OP_UPDATE, {{"", PortPropertyValues::Text(PortPropertyValues::HDS_CCP_STATE, "down")}});
+    _resyncTimer = std::make_shared<Timer>(IoContexts::Timer(), &DVSPropConvertor::OnResyncTimer,
+                                           nullptr, this);
+    _resyncTimer->Start(kResyncMicros);
+}
+
+void DVSPropConvertor::Stop() {
+    CFG_LOG(LL_INFO, "DVSPropConvertor stop");
+    Lock guard(agentLock());
+    for (std::shared_ptr<Timer>* timer : {&_hotmoveSyncTimer, &_resyncTimer}) {
+        if (*timer) {
+            (*timer)->Close();
+            timer->reset();
+        }
+    }
+}
+
+bool DVSPropConvertor::Send(const DPUpdate& update) {
+    return !update.Empty() && _kcpMsgConvertor->SendPropertyUpdate(update);
+}
+
+// ---- Desired state ----
+
+void DVSPropConvertor::ProcessConfigPropertyUpdate(uint32_t objectType, const std::string& id,
+                                                   uint32_t operation, uint32_t propertyType,
+                                                   const std::string& value) {
+    if (objectType == LOG_SWITCH_PORT_CONFIG && PortsOfLogicalPort(id).empty()) {
+        if (operation == OP_DELETE) {
+            CFG_LOG(LL_INFO, "Port [%1] has been removed during VIF disconnecting",
+                    UuidBytesToString(id));
+        }
+        if (operation == OP_DELETE && propertyType == LSP_EXTRA_CONFIGS) {
+            for (const auto& change : _lspExtraConfigs.Remove(UuidBytesToString(id))) {
+                CFG_LOG(LL_INFO, "Remove extra config %1 for port %2", change.key,
+                        UuidBytesToString(id));
+            }
+            return;
+        }
+        // What later needs no VIF to be recorded goes on; the rest waits in the table.
+        if (propertyType != LSP_ATTACHMENT && propertyType != LSP_SWITCH_SECURITY &&
+            propertyType != LSP_ADDRESS_BINDINGS && propertyType != LSP_EXTRA_CONFIGS) {
+            return;
+        }
+    }
+    auto handler = _cfgUpdateHandlerMap.find(propertyType);
+    if (handler == _cfgUpdateHandlerMap.end()) {
+        CFG_LOG(LL_DEBUG, "DvsPropConvertor received unknown update message property type: %1",
+                propertyType);
+        return;
+    }
+    DPUpdate update;
+    update.operation = KCP_OP_UPDATE;
+    if ((this->*handler->second)(id, operation, propertyType, value, update) && Send(update)) {
+        CFG_LOG(LL_DEBUG, "DvsPropConvertor sent msg to data plane");
+    }
+}
+
+// A whole object coming or going changes no port: its properties say what counts.
+void DVSPropConvertor::ProcessConfigEntityUpdate(uint32_t, const std::string&, uint32_t) {}
+
+std::vector<PortEntry> DVSPropConvertor::PortsOfLogicalPort(const std::string& id) const {
+    return _portList->OfLogicalPort(UuidBytesToString(id));
+}
+
+bool DVSPropConvertor::HandleLogicalSwitchUpdate(const std::string& id, uint32_t operation,
+                                                 uint32_t propertyType, const std::string& value,
+                                                 DPUpdate& update) {
+    const std::string lsText = UuidBytesToString(id);
+    bool added = false;
+    for (const PortEntry& port : _portList->OfSwitch(lsText)) {
+        added |= AddSwitchProperty(port, lsText, operation, propertyType, value, update);
+    }
+    return added;
+}
+
+bool DVSPropConvertor::AddSwitchProperty(const PortEntry& port, const std::string& lsText,
+                                         uint32_t operation, uint32_t propertyType,
+                                         const std::string& value, DPUpdate& update) {
+    using Values = PortPropertyValues;
+    halden::zef::loftdb::LogSwitchConfigMsg config;
+    const bool isDelete = operation == OP_DELETE;
+    if (!isDelete && !config.ParseFromString(value)) {
+        return false;
+    }
+    if (isDelete && (propertyType == LS_VNI || propertyType == LS_VLAN ||
+                     propertyType == LS_VLAN_TRUNK)) {
+        update.Add(port.vifId, propertyType == LS_VNI ? Values::Removal(Values::KEY_VNI)
+                                                      : Values::ClearedVlan());
+        if (!SwitchHasVniOrVlan(lsText)) {
+            CFG_LOG(LL_INFO, "Remove vlan or vni, block port [%1]", port.vifId);
+            update.Add(port.vifId, Values::Block(true));
+        }
+        return true;
+    }
+    switch (propertyType) {
+        case LS_VNI:
+            CFG_LOG(LL_DEBUG, "Update vni %1", config.vni());
+            update.Add(port.vifId, Values::Number32(Values::KEY_VNI, config.vni()));
+            return true;
+        case LS_REPLICATION_MODE:
+            CFG_LOG(LL_DEBUG, "Update replication_mod %1", config.replication_mode());
+            update.Add(port.vifId, Values::Replication(config.replication_mode()));
+            return true;
+        case LS_VLAN:
+            CFG_LOG(LL_DEBUG, "Update vlanId on async switch %1", config.vlan());
+            update.Add(port.vifId, Values::Vlan(static_cast<uint16_t>(config.vlan())));
+            return true;
+        case LS_VLAN_TRUNK:
+            if (config.vlan_trunk().ranges_size() == 0) {
+                CFG_LOG(LL_DEBUG, "empty trunk vlan is received");
+            }
+            for (const auto& range : config.vlan_trunk().ranges()) {
+                CFG_LOG(LL_DEBUG, "Update trunk vlan on async switch start %1, end %2", range.start(),
+                        range.end());
+            }
+            update.Add(port.vifId, Values::Trunk(config.vlan_trunk()));
+            return true;
+        case LS_UPLINK_TEAMING_POLICY:
+            if (!config.uplink_teaming_policy().has_name()) {
+                return false;
+            }
+            update.Add(port.vifId, Values::Text(Values::KEY_TEAMING, config.uplink_teaming_policy().name()));
+            return true;
+        case LS_ADMIN_STATE_UP:
+            if (isDelete) {
+                CFG_LOG(LL_INFO, "Ignore logical switch admin state DELETE operation");
+                return false;
+            }
+            CFG_LOG(LL_DEBUG, "Get logical switch admin state %1 message for port [%2]",
+                    config.admin_state_up(), port.vifId);
+            if (config.admin_state_up()) {
+                return false;
+            }
+            CFG_LOG(LL_INFO, "LS admin state down, block port [%1]", port.vifId);
+            update.Add(port.vifId, Values::Block(true));
+            return true;
+        default:
+            return false;
+    }
+}
+
+bool DVSPropConvertor::SwitchHasVniOrVlan(const std::string& lsText) {
+    halden::zef::loftdb::LogSwitchConfigMsg config;
+    for (uint32_t property : {LS_VNI, LS_VLAN, LS_VLAN_TRUNK}) {
+        if (StoredSwitch(_configTable, property, lsText, config)) {
+            return true;
+        }
+    }
+    return false;
+}
+
+bool DVSPropConvertor::HandleLogicalPortSwitchId(const std::string& id, uint32_t operation,
+                                                 uint32_t, const std::string& value,
+                                                 DPUpdate& update) {
+    halden::zef::loftdb::LogSwitchPortConfigMsg config;
+    std::string lsText;
+    if (operation != OP_DELETE && config.ParseFromString(value) && config.has_switch_id()) {
+        lsText = UuidToString(config.switch_id());
+    }
+    // Every port of it gets the switch's properties and a block decision.
+    const std::vector<PortEntry> ports = PortsOfLogicalPort(id);
+    const std::string lsId = SerializedUuid(lsText);
+    for (PortEntry port : ports) {
+        _portList->Modify(port.vifId, [&](PortEntry& entry) { entry.lsId = lsText; });
+        port.lsId = lsText;
+        for (uint32_t property : kSwitchBuildOrder) {
+            std::string switchValue;
+            if (!lsId.empty() &&
+                _configTable.GetObjectProperty(LOG_SWITCH_CONFIG, property, lsId, switchValue)) {
+                AddSwitchProperty(port, lsText, OP_UPDATE, property, switchValue, update);
+            }
+        }
+        AddSwitchExtraConfigs(port, lsText, {}, update);
+        BuildBlockUpdate(port, update);
+    }
+    return !ports.empty();
+}
+
+bool DVSPropConvertor::HandleLogicalPortAdminState(const std::string& id, uint32_t operation,
+                                                   uint32_t, const std::string& value,
+                                                   DPUpdate& update) {
+    if (operation == OP_DELETE) {
+        CFG_LOG(LL_INFO, "Ignore logical port admin state DELETE operation");
+        return false;
+    }
+    halden::zef::loftdb::LogSwitchPortConfigMsg config;
+    if (!config.ParseFromString(value)) {
+        return false;
+    }
+    bool added = false;
+    for (const PortEntry& port : PortsOfLogicalPort(id)) {
+        CFG_LOG(LL_DEBUG, "Get logical port [%1] admin state %2 message", port.lspId,
+                config.admin_state_up());
+        if (!config.admin_state_up()) {
+            CFG_LOG(LL_INFO, "LSP admin down, block port [%1]", port.vifId);
+            update.Add(port.vifId, PortPropertyValues::Block(true));
+            added = true;
+        }
+    }
+    return added;
+}
+
+bool DVSPropConvertor::HandleLogicalPortAttachment(const std::string&, uint32_t operation, uint32_t,
+                                                   const std::string& value, DPUpdate&) {
+    halden::zef::loftdb::LogSwitchPortConfigMsg config;
+    if (operation == OP_DELETE || !config.ParseFromString(value)) {
+        return false;
+    }
+    if (config.attachment().has_vif()) {
+        CFG_LOG(LL_DEBUG, "Get logical switch port attachment update message");
+    } else {
+        CFG_LOG(LL_DEBUG, "No vif attachment, ignore other update");
+    }
+    return false;
+}
+
+bool DVSPropConvertor::HandleMacManagement(const std::string& id, uint32_t operation,
+                                           uint32_t propertyType, const std::string& value,
+                                           DPUpdate& update) {
+    const std::vector<PortEntry> ports = PortsOfLogicalPort(id);
+    if (operation == OP_DELETE) {
+        for (const PortEntry& port : ports) {
+            update.Add(port.vifId, PortPropertyValues::Removal(PortPropertyValues::KEY_MAC_MANAGEMENT));
+        }
+        return !ports.empty();
+    }
+    halden::zef::loftdb::LogSwitchPortConfigMsg config;
+    if (operation != OP_UPDATE) {
+        CFG_LOG(LL_ERROR, "Unsupported operation input");
+        return false;
+    }
+    if (!config.ParseFromString(value) || !config.has_mac_management()) {
+        CFG_LOG(LL_ERROR, "Invalid MAC mgmt config [%1]: op = %2 propType = %3",
+                UuidBytesToString(id), operation, propertyType);
+        return false;
+    }
+    const auto& learning = config.mac_management().mac_learning();
+    if (!learning.has_limit()) {
+        CFG_LOG(LL_INFO, "Setting default MAC limit[%1] and MAC limit policy[%2] values",
+                PortPropertyValues::kMaxMacLimit, 0);
+    }
+    DPProperty property;
+    std::string problem;
+    if (!PortPropertyValues::MacManagement(config.mac_management(), property, problem)) {
+        if (problem == "limit") {
+            CFG_LOG(LL_ERROR, "Invalid MAC Limit value [%1]. Max value is [%2]", learning.limit(),
+                    PortPropertyValues::kMaxMacLimit);
+        } else {
+            CFG_LOG(LL_ERROR, "Unsupported MAC Limit Policy [%1]", learning.limit_policy());
+        }
+        return false;
+    }
+    for (const PortEntry& port : ports) {
+        update.Add(port.vifId, property);
+    }
+    return !ports.empty();
+}
+
+namespace {
+
+// The stored pairs into the table; nothing for an operation neither update nor delete.
+template <typename Message>
+std::optional<std::vector<ExtraConfigTable::Change>> StoreExtraConfigs(
+    ExtraConfigTable& table, const std::string& id, uint32_t operation, const std::string& value,
+    const char* emptyLine) {
+    if (operation == OP_DELETE) {
+        return table.Remove(id);
+    }
+    if (operation != OP_UPDATE) {
+        CFG_LOG(LL_ERROR, "Unsupported operation input");
+        return std::nullopt;
+    }
+    Message config;
+    config.ParseFromString(value);
+    if (config.extra_configs_size() == 0) {
+        CFG_LOG(LL_INFO, emptyLine);
+    }
+    ExtraConfigTable::Pairs pairs;
+    for (const auto& pair : config.extra_configs()) {
+        pairs[pair.key()] = pair.value();
+    }
+    return table.Update(id, pairs);
+}
+
+}  // namespace
+
+bool DVSPropConvertor::HandleLogicalPortExtraConfig(const std::string& id, uint32_t operation,
+                                                    uint32_t, const std::string& value,
+                                                    DPUpdate& update) {
+    const std::string lspText = UuidBytesToString(id);
+    const auto changes = StoreExtraConfigs<halden::zef::loftdb::LogSwitchPortConfigMsg>(
+        _lspExtraConfigs, lspText, operation, value, "Extra Config propList is empty");
+    if (!changes) {
+        return false;
+    }
+    const std::vector<PortEntry> ports = PortsOfLogicalPort(id);
+    const ExtraConfigTable::Pairs* current = _lspExtraConfigs.Of(lspText);
+    for (const PortEntry& port : ports) {
+        for (const ExtraConfigTable::Change& change : *changes) {
+            if (!change.value) {
+                AddExtraConfig(port, change.key, std::nullopt, update);
+            }
+        }
+        for (const auto& [key, pairValue] : current != nullptr ? *current : ExtraConfigTable::Pairs{}) {
+            AddExtraConfig(port, key, pairValue, update);
+        }
+    }
+    return !ports.empty() && !update.Empty();
+}
+
+void DVSPropConvertor::AddExtraConfig(const PortEntry& port, const std::string& key,
+                                      const std::optional<std::string>& value, DPUpdate& update) {
+    const std::optional<uint16_t> portKey = PortPropertyValues::ExtraConfigKey(key);
+    if (!portKey) {
+        CFG_LOG(LL_ERROR, "Unsupported Extra Config Key %1 to update", key);
+        return;
+    }
+    if (*portKey == 0) {
+        return;
+    }
+    if (PortPropertyValues::IsServiceVmKey(*portKey) && IsSpfPort(port)) {
+        CFG_LOG(LL_INFO, *portKey == 261 ? "Skip setting GVM for TMR port %1" : "Skip setting SVM for TMR port %1",
+                port.vifId);
+        return;
+    }
+    update.Add(port.vifId, value ? PortPropertyValues::Text(*portKey, *value)
+                                 : PortPropertyValues::Removal(*portKey));
+}
+
+bool DVSPropConvertor::HandleLogicalSwitchExtraConfig(const std::string& id, uint32_t operation,
+                                                      uint32_t, const std::string& value,
+                                                      DPUpdate& update) {
+    const std::string lsText = UuidBytesToString(id);
+    const auto changes = StoreExtraConfigs<halden::zef::loftdb::LogSwitchConfigMsg>(
+        _lsExtraConfigs, lsText, operation, value, "LS Extra Config update propList is empty");
+    if (!changes) {
+        return false;
+    }
+    const std::vector<PortEntry> ports = _portList->OfSwitch(lsText);
+    for (const PortEntry& port : ports) {
+        AddSwitchExtraConfigs(port, lsText, *changes, update);
+    }
+    return !update.Empty();
+}
+
+// A port's own value of a key wins over its switch's.
+void DVSPropConvertor::AddSwitchExtraConfigs(const PortEntry& port, const std::string& lsText,
+                                             const std::vector<ExtraConfigTable::Change>& changes,
+                                             DPUpdate& update) {
+    for (const ExtraConfigTable::Change& change : changes) {
+        if (!change.value && !_lspExtraConfigs.Find(port.lspId, change.key)) {
+            AddExtraConfig(port, change.key, std::nullopt, update);
+        }
+    }
+    const ExtraConfigTable::Pairs* pairs = _lsExtraConfigs.Of(lsText);
+    for (const auto& [key, value] : pairs != nullptr ? *pairs : ExtraConfigTable::Pairs{}) {
+        std::optional<std::string> own = _lspExtraConfigs.Find(port.lspId, key);
+        if (own) {
+            CFG_LOG(LL_DEBUG, "Found LSP %1 key %2 value %3", port.lspId, key, *own);
+        }
+        CFG_LOG(LL_DEBUG, "Update LSP %1 with LS extraConfig %2 %3", port.lspId, key,
+                own.value_or(value));
+        AddExtraConfig(port, key, own.value_or(value), update);
+    }
+}
+
+bool DVSPropConvertor::HandleChildLogicalSwitch(const std::string& id, uint32_t operation, uint32_t,
+                                                const std::string& value, DPUpdate&) {
+    const std::string child = UuidBytesToString(id);
+    halden::zef::loftdb::LogSwitchConfigMsg config;
+    config.ParseFromString(value);
+    if (operation == OP_DELETE) {
+        const size_t before = _lsAttachmentMap.size();
+        std::erase_if(_lsAttachmentMap, [&](const auto& entry) { return entry.second.first == child; });
+        if (before == _lsAttachmentMap.size()) {
+            CFG_LOG(LL_INFO,
+                    "The entry doesn't exist in LS attachment map with child LS[%1] and parent LS[%2]",
+                    child, "");
+        }
+        return false;
+    }
+    if (config.attachment().vlans_size() == 0) {
+        CFG_LOG(LL_INFO, "LS %1 doesn't include attachment", child);
+        return false;
+    }
+    for (const auto& attachment : config.attachment().vlans()) {
+        const std::string parent = UuidToString(attachment.parent_switch_id());
+        const uint32_t vlan = attachment.vlan();
+        CFG_LOG(LL_INFO, "Handle child LS %1 with attachment vlan %2 parent LS %3, op %4", child, vlan,
+                parent, operation);
+        if (vlan == 0 || vlan > 4094) {
+            CFG_LOG(LL_ERROR, "Invalid LS attachment vlan ID %1 for child LS[%2] and Parent LS[%3] ",
+                    vlan, child, parent);
+            continue;
+        }
+        auto [first, last] = _lsAttachmentMap.equal_range(parent);
+        auto same = std::find_if(first, last, [&](const auto& entry) { return entry.second.second == vlan; });
+        if (same != last && same->second.first != child) {
+            CFG_LOG(LL_ERROR,
+                    "Parent LS[%1] already has a child LS[%2] with vlan[%3], failed to add new child LS %4",
+                    parent, same->second.first, vlan, child);
+            continue;
+        }
+        if (same == last) {
+            _lsAttachmentMap.emplace(parent, std::make_pair(child, vlan));
+        }
+    }
+    return false;
+}
+
+void DVSPropConvertor::AddForwardingModes(const std::string& value,
+                                          std::vector<DPGlobalProperty>& properties) {
+    halden::zef::loftdb::TransportNodeConfigMsg node;
+    if (!node.ParseFromString(value)) {
+        return;
+    }
+    for (const auto& transportSwitch : node.transport_switches()) {
+        if (transportSwitch.zef_security_enabled()) {
+            CFG_LOG(LL_INFO, "Skip transport switch enabled with ZEF security: %1",
+                    transportSwitch.host_switch_id());
+            continue;
+        }
+        CFG_LOG(LL_DEBUG, "Build forwarding mode global property");
+        uint32_t mode = transportSwitch.forwarding_mode();
+        if (mode == 0) {
+            mode = 1;
+        } else if (mode > 3) {
+            CFG_LOG(LL_ERROR, "Unexpected Forwarding mode %1, defaulting to %2", mode, 1);
+            mode = 1;
+        }
+        CFG_LOG(LL_DEBUG, "Forwarding mode is %1 for host switch [%2]", mode,
+                transportSwitch.host_switch_id());
+        properties.push_back({transportSwitch.host_switch_id(),
+                              PortPropertyValues::Number32(PortPropertyValues::HDS_FORWARDING_MODE, mode)});
+    }
+}
+
+bool DVSPropConvertor::HandleTransportSwitches(const std::string&, uint32_t operation, uint32_t,
+                                               const std::string& value, DPUpdate&) {
+    halden::zef::loftdb::TransportNodeConfigMsg node;
+    node.ParseFromString(value);
+    if (node.transport_switches_size() == 0) {
+        CFG_LOG(LL_INFO, "No host switch is configured!");
+        return false;
+    }
+    if (operation == OP_DELETE) {
+        std::vector<DPGlobalProperty> cleared;
+        for (const auto& transportSwitch : node.transport_switches()) {
+            CFG_LOG(LL_INFO, "Reset global property for tSwitch %1", transportSwitch.host_switch_id());
+            cleared.push_back({transportSwitch.host_switch_id(),
+                               PortPropertyValues::Removal(PortPropertyValues::HDS_FORWARDING_MODE)});
+        }
+        _kcpMsgConvertor->SendGlobalProperties(KCP_OP_FULL_SYNC, cleared);
+        return false;
+    }
+    for (const auto& transportSwitch : node.transport_switches()) {
+        CFG_LOG(LL_INFO, "Set global properties for tSwitch %1", transportSwitch.host_switch_id());
+    }
+    std::vector<DPGlobalProperty> properties;
+    AddForwardingModes(value, properties);
+    _kcpMsgConvertor->SendGlobalProperties(KCP_OP_UPDATE, properties);
+    return false;
+}
+
+std::vector<std::string> DVSPropConvertor::HostSwitchIds() {
+    std::vector<std::string> ids;
+    std::vector<ConfigEntry> rows;
+    if (!_configTable.GetObjectsByType(TRANSPORT_NODE_CONFIG, TN_TRANSPORT_SWITCHES, rows)) {
+        return ids;
+    }
+    for (const ConfigEntry& row : rows) {
+        halden::zef::loftdb::TransportNodeConfigMsg node;
+        node.ParseFromString(row.value);
+        for (const auto& transportSwitch : node.transport_switches()) {
+            ids.push_back(transportSwitch.host_switch_id());
+        }
+    }
+    return ids;
+}
+
+// ---- Blocking ----
+
+void DVSPropConvertor::BuildBlockUpdate(const PortEntry& port, DPUpdate& update) {
+    halden::zef::loftdb::LogSwitchPortConfigMsg portConfig;
+    halden::zef::loftdb::LogSwitchConfigMsg switchConfig;
+    if (port.type == KCP_VIF_DVPGPORT) {
+        const bool secured = StoredPort(_configTable, LSP_SWITCH_SECURITY, port.lspId, portConfig);
+        if (!secured) {
+            CFG_LOG(LL_DEBUG, "No security is configured, will unblock port %1 after security is set",
+                    port.vifId);
+        }
+        update.Add(port.vifId, PortPropertyValues::Block(!secured));
+        return;
+    }
+    bool unblock = true;
+    if (!IsSpfPort(port)) {
+        if (!StoredPort(_configTable, LSP_ADMIN_STATE_UP, port.lspId, portConfig)) {
+            CFG_LOG(LL_DEBUG, "Will unblock port %1 after port admin state update", port.vifId);
+            unblock = false;
+        } else if (!portConfig.admin_state_up()) {
+            CFG_LOG(LL_DEBUG, "Will unblock port %1 after port admin state update UP", port.vifId);
+            unblock = false;
+        }
+    }
+    if (unblock && !StoredSwitch(_configTable, LS_ADMIN_STATE_UP, port.lsId, switchConfig)) {
+        CFG_LOG(LL_DEBUG, "Will unblock port after LS %1 admin state update", port.lsId);
+        unblock = false;
+    } else if (unblock && !switchConfig.admin_state_up()) {
+        CFG_LOG(LL_DEBUG, "Will unblock port after LS %1 admin state update UP", port.lsId);
+        unblock = false;
+    }
+    if (unblock && !SwitchHasVniOrVlan(port.lsId)) {
+        CFG_LOG(LL_DEBUG, "Will unblock port after LS %1 VNI/VLAN update", port.lsId);
+        unblock = false;
+    }
+    if (!StoredSwitch(_configTable, LS_TYPE, port.lsId, switchConfig)) {
+        CFG_LOG(LL_DEBUG, "No LS type is configured for %1", port.lsId);
+    } else if (switchConfig.type() == 3) {
+        CFG_LOG(LL_DEBUG, "LSP %1 belongs to Service Plane", port.lspId);
+        update.Add(port.vifId, PortPropertyValues::Number32(PortPropertyValues::KEY_QOS_MODE, 0));
+    }
+    if (unblock) {
+        CFG_LOG(LL_DEBUG, "Build UNBLOCK update for port %1", port.vifId);
+    } else {
+        CFG_LOG(LL_DEBUG, "Build BLOCK update for port %1", port.vifId);
+    }
+    update.Add(port.vifId, PortPropertyValues::Block(!unblock));
+}
+
+void DVSPropConvertor::SendPortUnblockUpdate(const std::vector<std::string>& ports,
+                                             const std::vector<std::string>& switches) {
+    DPUpdate update;
+    update.operation = KCP_OP_UPDATE;
+    for (const std::string& id : ports) {
+        for (const PortEntry& port : PortsOfLogicalPort(id)) {
+            BuildBlockUpdate(port, update);
+        }
+    }
+    for (const std::string& id : switches) {
+        for (const PortEntry& port : _portList->OfSwitch(UuidBytesToString(id))) {
+            BuildBlockUpdate(port, update);
+        }
+    }
+    if (Send(update)) {
+        CFG_LOG(LL_INFO, "DvsPropConvertor sent UNBLOCK msg to data plane");
+    }
+}
+
+// ---- Whole ports ----
+
+bool DVSPropConvertor::BuildPortProperties(const PortEntry& port, DPUpdate& update) {
+    if (port.type == KCP_VIF_CRXPORT) {
+        CFG_LOG(LL_INFO, "BuildDvfilterPropUpdate, port [%1]", port.vifId);
+        update.Add(port.vifId, PortPropertyValues::Text(PortPropertyValues::KEY_DVFILTER,
+                                                        "1:halden-sfw:failClosed"));
+        update.operation = KCP_OP_UPDATE;
+    }
+    if (port.lspId.empty()) {
+        CFG_LOG(LL_DEBUG, "The port %1 fails to get the LSP UUID", port.vifId);
+        return !update.Empty();
+    }
+    const std::string lspId = SerializedUuid(port.lspId);
+    for (uint32_t property : kPortBuildOrder) {
+        std::string value;
+        auto handler = _cfgUpdateHandlerMap.find(property);
+        if (handler != _cfgUpdateHandlerMap.end() &&
+            _configTable.GetObjectProperty(LOG_SWITCH_PORT_CONFIG, property, lspId, value)) {
+            (this->*handler->second)(lspId, OP_UPDATE, property, value, update);
+        }
+    }
+    const PortEntry* current = _portList->FindByVif(port.vifId);
+    const PortEntry& latest = current != nullptr ? *current : port;
+    AddSwitchExtraConfigs(latest, latest.lsId, {}, update);
+    BuildBlockUpdate(latest, update);
+    return !update.Empty();
+}
+
+void DVSPropConvertor::FullSync(bool) {
+    Lock guard(agentLock());
+    std::vector<std::string> ports;
+    _portList->ForEach([&](const PortEntry& port) {
+        if (IsValidDVPortID(port.portId) && port.lspId.empty()) {
+            CFG_LOG(LL_INFO, "Skip DVPort %1 when doing config full sync", port.portId);
+            return;
+        }
+        ports.push_back(port.vifId);
+    });
+    std::vector<std::string> taknics;
+    for (const auto& [name, outOfSync] : _taknicList) {
+        taknics.push_back(name);
+    }
+    if (_kcpMsgConvertor->SendLists({}, ports, taknics)) {
+        CFG_LOG(LL_INFO, "Send portList fullSync message");
+    } else {
+        CFG_LOG(LL_ERROR, "Failed to build portList fullSync msg");
+    }
+    OnResyncProperty(true);
+    for (const std::string& vifId : _portList->VifIds()) {
+        _portList->Modify(vifId, [](PortEntry& entry) { entry.outOfSync = false; });
+    }
+    for (auto& [name, outOfSync] : _taknicList) {
+        outOfSync = false;
+    }
+}
+
+void DVSPropConvertor::OnResyncProperty(bool fullSync) {
+    Lock guard(agentLock());
+    if (fullSync) {
+        CFG_LOG(LL_INFO, "OnResyncProperty DVS global property");
+        std::vector<DPGlobalProperty> globals = {
+            {"", PortPropertyValues::Text(PortPropertyValues::HDS_CCP_STATE,
+                                          CcpSessionUp() ? "up" : "down")}};
+        std::vector<ConfigEntry> nodes;
+        _configTable.GetObjectsByType(TRANSPORT_NODE_CONFIG, TN_TRANSPORT_SWITCHES, nodes);
+        for (const ConfigEntry& node : nodes) {
+            AddForwardingModes(node.value, globals);
+        }
+        if (_kcpMsgConvertor->SendHDSList(HostSwitchIds())) {
+            CFG_LOG(LL_INFO, "Send DVSList FullSync message");
+        } else {
+            CFG_LOG(LL_ERROR, "Failed to send portList fullSync msg");
+        }
+        _kcpMsgConvertor->SendGlobalProperties(KCP_OP_FULL_SYNC, globals);
+    }
+    std::vector<PortEntry> due;
+    _portList->ForEach([&](const PortEntry& port) {
+        if (fullSync || port.outOfSync) {
+            due.push_back(port);
+        }
+    });
+    for (const PortEntry& port : due) {
+        halden::zef::loftdb::LogSwitchPortConfigMsg attachment;
+        if (!port.lspId.empty() && !StoredPort(_configTable, LSP_ATTACHMENT, port.lspId, attachment)) {
+            CFG_LOG(LL_INFO, "Failed to reSync port [%1] as it does not have VIF attachment property",
+                    port.vifId);
+            continue;
+        }
+        CFG_LOG(LL_DEBUG, "OnResyncProperty port reSync:[ %1]", port.vifId);
+        DPUpdate update;
+        update.operation = KCP_OP_FULL_SYNC;
+        if (!BuildPortProperties(port, update)) {
+            CFG_LOG(LL_INFO, "Failed to build portSync msg for port [%1]", port.vifId);
+            continue;
+        }
+        update.operation = KCP_OP_FULL_SYNC;
+        if (!_kcpMsgConvertor->SendPropertyUpdate(update)) {
+            CFG_LOG(LL_ERROR, "Failed to build dataplane port property update msg for port [%1]",
+                    port.vifId);
+            continue;
+        }
+        CFG_LOG(LL_DEBUG, "OnResyncProperty Enqueue port reSync");
+        _portList->Modify(port.vifId, [](PortEntry& entry) { entry.outOfSync = false; });
+    }
+}
+
+void DVSPropConvertor::OnResyncTimer() {
+    Lock guard(agentLock());
+    OnResyncProperty(false);
+    if (_resyncTimer) {
+        _resyncTimer->Start(kResyncMicros);
+    }
+}
+
+void DVSPropConvertor::ProcessVifInfoUpdate(const VifInfo& vif, uint32_t operation,
+                                            bool dpFullSyncDone) {
+    if (operation == KCP_OP_DELETE) {
+        HandleVifDisconnection(vif.vifId);
+        return;
+    }
+    HandleVifConnection(vif);
+    if (!dpFullSyncDone) {
+        _fullSyncVifs.insert(vif.vifId);
+    }
+}
+
+void DVSPropConvertor::HandleVifConnection(const VifInfo& vif) {
+    if (_portList->FindByVif(vif.vifId) != nullptr || _portList->FindByPort(vif.portId) != nullptr) {
+        CFG_LOG(LL_INFO, "Port [%1] is already in list, ignore the update", vif.portId);
+        return;
+    }
+    if (!IsValidPortId(vif.portId)) {
+        return;
+    }
+    if (StartsWith(vif.vifId, kCradleTaknic)) {
+        CFG_LOG(LL_INFO, "Host switch ID: %1", vif.switchId);
+    }
+    const PortEntry entry = CreatePortEntry(vif);
+    _portList->Insert(entry);
+    CFG_LOG(LL_INFO, "Add port [%1] VIF [%2] to port list, type [%3], outofsync[%4]", entry.portId,
+            entry.vifId, static_cast<uint32_t>(entry.type), entry.outOfSync);
+    DPUpdate update;
+    update.operation = KCP_OP_UPDATE;
+    if (BuildPortProperties(entry, update)) {
+        update.operation = KCP_OP_UPDATE;
+        Send(update);
+    }
+}
+
+bool DVSPropConvertor::IsValidPortId(const std::string& portId) const {
+    if (IsUuidText(portId) || StartsWith(portId, "cr-") || IsValidDVPortID(portId)) {
+        return true;
+    }
+    CFG_LOG(LL_INFO, "Port [%1] ID is not a valid logical switch port UUID, ignore the update",
+            portId);
+    return false;
+}
+
+PortEntry DVSPropConvertor::CreatePortEntry(const VifInfo& vif) const {
+    PortEntry entry;
+    entry.switchId = vif.switchId;
+    entry.portId = vif.portId;
+    entry.vifId = vif.vifId;
+    entry.type = vif.type;
+    if (IsUuidText(vif.portId)) {
+        entry.lspId = vif.portId;
+    }
+    halden::zef::loftdb::LogSwitchPortConfigMsg port;
+    if (StoredPort(_configTable, LSP_SWITCH_ID, entry.lspId, port) && port.has_switch_id()) {
+        entry.lsId = UuidToString(port.switch_id());
+    }
+    entry.outOfSync = !StartsWith(vif.portId, "cr-") && !StartsWith(vif.vifId, kCradleTaknic);
+    return entry;
+}
+
+void DVSPropConvertor::HandleVifDisconnection(const std::string& vifId) {
+    const PortEntry* entry = _portList->FindByVif(vifId);
+    if (entry == nullptr) {
+        CFG_LOG(LL_DEBUG, "Disconnect port [%1] not in the list, ignore the update", vifId);
+        return;
+    }
+    _portList->Erase(vifId);
+    if (_hotmovePortSyncQueue.erase(vifId) != 0) {
+        CFG_LOG(LL_INFO, "Delete port %1 from hotMove sync queue", vifId);
+    }
+}
+
+void DVSPropConvertor::OnVifReportComplete() {
+    for (const std::string& vifId : _portList->VifIds()) {
+        if (_fullSyncVifs.count(vifId) == 0) {
+            _portList->Erase(vifId);
+        }
+    }
+    _fullSyncVifs.clear();
+}
+
+void DVSPropConvertor::ResetSync() {
+    _fullSyncVifs.clear();
+}
+
+void DVSPropConvertor::SetPortOutOfSync(const std::string& vifId) {
+    if (!_portList->Modify(vifId, [](PortEntry& entry) { entry.outOfSync = true; })) {
+        CFG_LOG(LL_DEBUG, "Failed to set reSync for port %1 as it is already disconnected", vifId);
+        return;
+    }
+    CFG_LOG(LL_INFO, "Port %1 is out of sync with DP", vifId);
+}
+
+void DVSPropConvertor::SetTaknicOutOfSync(const std::string& name) {
+    auto it = _taknicList.find(name);
+    if (it == _taknicList.end()) {
+        CFG_LOG(LL_INFO, "Failed to find taknic %1 to set reSync as it is already removed.", name);
+        return;
+    }
+    it->second = true;
+}
+
+void DVSPropConvertor::QueueHotmovePortSync(const std::string& vifId, uint32_t flags) {
+    if (_hotmovePortSyncQueue.empty()) {
+        _hotmovePortSyncQueue[vifId] = flags;
+        CFG_LOG(LL_INFO, "Add port (%1:%2) to hotMove port sync queue", vifId, flags);
+        CFG_LOG(LL_INFO, "Schedule hotMove port sync timer");
+        StartHotmoveSyncTimer();
+        return;
+    }
+    auto it = _hotmovePortSyncQueue.find(vifId);
+    if (it != _hotmovePortSyncQueue.end()) {
+        it->second |= flags;
+        CFG_LOG(LL_INFO, "Existing port(%1:%2), merge sync flag to %3", vifId, flags, it->second);
+        return;
+    }
+    _hotmovePortSyncQueue[vifId] = flags;
+}
+
+void DVSPropConvertor::StartHotmoveSyncTimer() {
+    if (!_hotmoveSyncTimer) {
+        _hotmoveSyncTimer = std::make_shared<Timer>(
+            IoContexts::Timer(), &DVSPropConvertor::OnHotmoveSyncTimer, nullptr, this);
+    }
+    _hotmoveSyncTimer->Start(kHotmoveSyncMicros);
+}
+
+void DVSPropConvertor::OnHotmoveSyncTimer() {
+    Lock guard(agentLock());
+    for (auto it = _hotmovePortSyncQueue.begin(); it != _hotmovePortSyncQueue.end();) {
+        const auto& [vifId, flags] = *it;
+        if (!HasLogicalPort(vifId)) {
+            CFG_LOG(LL_INFO,
+                    "Delay container list sync %1 since the configuration hasn't been pushed down",
+                    vifId);
+            ++it;
+            continue;
+        }
+        if ((flags & KCP_SYNC_PORT_CONTAINER_LIST) != 0) {
+            CFG_LOG(LL_INFO, "Do container list full sync(type %1)", flags);
+        }
+        if ((flags & KCP_SYNC_PORT_PROPERTIES) != 0) {
+            CFG_LOG(LL_INFO, "Do full sync for VIF VIFID %1", vifId);
+            SetPortOutOfSync(vifId);
+        }
+        it = _hotmovePortSyncQueue.erase(it);
+    }
+    if (_hotmovePortSyncQueue.empty()) {
+        if (_hotmoveSyncTimer) {
+            _hotmoveSyncTimer->Close();
+            _hotmoveSyncTimer.reset();
+        }
+        return;
+    }
+    _hotmoveSyncTimer->Start(kHotmoveSyncMicros);
+}
+
+bool DVSPropConvertor::HasLogicalPort(const std::string& vifId) const {
+    const PortEntry* entry = _portList->FindByVif(vifId);
+    if (entry == nullptr || entry->lspId.empty()) {
+        return false;
+    }
+    std::vector<ConfigEntry> rows = _configTable.GetObjectById(SerializedUuid(entry->lspId));
+    return !rows.empty();
+}
+
+void DVSPropConvertor::RemoveFromHotmoveQueue(const std::string& portId) {
+    if (_hotmovePortSyncQueue.erase(portId) != 0) {
+        CFG_LOG(LL_INFO, "Delete port %1 from hotMove sync queue", portId);
+    }
+}
+
+void DVSPropConvertor::ProcessUplinkUpdate(const UplinkInfo& uplink, uint32_t operation) {
+    if (operation == KCP_OP_DELETE) {
+        DeleteUplink(uplink.name, "Delete uplink %1 (alias %2 port %3 switch %4)");
+    } else {
+        AddUplink(uplink, "Add uplink %1 (alias %2 port %3 switch %4)");
+    }
+}
+
+void DVSPropConvertor::ProcessUplinkFullSync(const std::vector<UplinkInfo>& uplinks) {
+    std::set<std::string> reported;
+    for (const UplinkInfo& uplink : uplinks) {
+        reported.insert(uplink.name);
+    }
+    std::vector<std::string> gone;
+    for (const auto& [name, uplink] : _uplinks) {
+        if (reported.count(name) == 0) {
+            gone.push_back(name);
+        }
+    }
+    for (const std::string& name : gone) {
+        DeleteUplink(name, "Delete uplink %1 (alias %2 port %3 switch %4) during full sync");
+    }
+    for (const UplinkInfo& uplink : uplinks) {
+        if (_uplinks.count(uplink.name) == 0) {
+            AddUplink(uplink, "Add uplink %1 (alias %2 port %3 switch %4) during full sync");
+        }
+    }
+}
+
+void DVSPropConvertor::AddUplink(const UplinkInfo& uplink, const char* format) {
+    _uplinks[uplink.name] = uplink;
+    CFG_LOG(LL_INFO, format, uplink.name, uplink.alias, uplink.portId, uplink.switchId);
+}
+
+void DVSPropConvertor::DeleteUplink(const std::string& name, const char* format) {
+    auto it = _uplinks.find(name);
+    if (it == _uplinks.end()) {
+        return;
+    }
+    const UplinkInfo& uplink = it->second;
+    CFG_LOG(LL_INFO, format, uplink.name, uplink.alias, uplink.portId, uplink.switchId);
+    _uplinks.erase(it);
+}
+
+void DVSPropConvertor::ProcessOffloadedHostSwitches(const LoftDBUpdateList& list, bool isFullSync) {
+    if (isFullSync) {
+        _offloadedHostSwitches.clear();
+    }
+    for (const LoftDBUpdateMsg& record : list) {
+        if (record.operation == OP_DELETE) {
+            _offloadedHostSwitches.erase(record.objectId);
+            CFG_LOG(LL_INFO, "Remove an offloaded hostswitch %1", record.objectId);
+        } else {
+            _offloadedHostSwitches.insert(record.objectId);
+            CFG_LOG(LL_INFO, "Add an offloaded hostswitch %1", record.objectId);
+        }
+    }
+}
+
+bool DVSPropConvertor::CcpSessionUp() const {
+    return _ccpSessionConnected && _loftdbHealthy && _proxyHealthy;
+}
+
+void DVSPropConvertor::ProcessCcpSession(const LoftDBUpdateList& list) {
+    for (const LoftDBUpdateMsg& record : list) {
+        const bool before = CcpSessionUp();
+        halden::zef::loftdb::CcpSessionMsg session;
+        if (record.operation == OP_DELETE) {
+            _ccpSessionConnected = false;
+        } else if (!record.propertyValue.empty() && session.ParseFromString(record.propertyValue)) {
+            _ccpSessionConnected = session.status() == kCcpConnected;
+        }
+        ReportCcpChange(before);
+    }
+}
+
+void DVSPropConvertor::OnDaemonHealthStateUpdate(uint32_t value, uint32_t source) {
+    const bool before = CcpSessionUp();
+    (source == HEALTH_LOFTDB ? _loftdbHealthy : _proxyHealthy) = value != 0;
+    ReportCcpChange(before);
+}
+
+void DVSPropConvertor::ReportCcpChange(bool before) {
+    if (before == CcpSessionUp()) {
+        return;
+    }
+    const char* state = CcpSessionUp() ? "up" : "down";
+    CFG_LOG(LL_INFO, "DVSPropConvertor::OnDaemonHealthStateUpdate: CCPSessionState changed to %1",
+            state);
+    _kcpMsgConvertor->SendGlobalProperties(
+        KCP_OP_UPDATE, {{"", PortPropertyValues::Text(PortPropertyValues::HDS_CCP_STATE, state)}});
+}
+
+bool DVSPropConvertor::PortOfVif(const std::string& vifId, std::string& portId,
+                                 std::string& switchId) const {
+    const PortEntry* entry = _portList->FindByVif(vifId);
+    if (entry == nullptr) {
+        return false;
+    }
+    portId = entry->portId;
+    switchId = entry->switchId;
+    return true;
+}
+
+std::vector<PortEntry> DVSPropConvertor::Ports() const {
+    std::vector<PortEntry> ports;
+    _portList->ForEach([&](const PortEntry& entry) { ports.push_back(entry); });
+    return ports;
+}
+
+std::vector<UplinkInfo> DVSPropConvertor::Uplinks() const {
+    std::vector<UplinkInfo> uplinks;
+    for (const auto& [name, uplink] : _uplinks) {
+        uplinks.push_back(uplink);
+    }
+    return uplinks;
+}
+
+}  // namespace CfgAgent

@@ -96,14 +96,15 @@ TEST_F(StoreRoadTest, LogLevelsAreSetAndReadThroughTheSocket) {
     EXPECT_TRUE(Has(Appctl({"cfgagent/cache/size"}), "\"DesiredConfigCache\""));
 }
 
-// The library lists the commands that have a usage text, by name.
+// The library lists the commands that have a usage text, by name, beside
+// its own.
 TEST_F(StoreRoadTest, ListCommandsShowsTheCommandsThatTakeAnArgument) {
     std::istringstream lines(Appctl({"list-commands"}));
     std::vector<std::string> names;
     for (std::string line; std::getline(lines, line);) {
         std::istringstream words(line);
         std::string name;
-        if (line.rfind("  ", 0) == 0 && words >> name) {
+        if (line.rfind("  ", 0) == 0 && words >> name && name.rfind("cfgagent/", 0) == 0) {
             names.push_back(name);
         }
     }
@@ -111,7 +112,7 @@ TEST_F(StoreRoadTest, ListCommandsShowsTheCommandsThatTakeAnArgument) {
         "cfgagent/set-cradle/loglevel", "cfgagent/set-loftdb/loglevel", "cfgagent/set-metrics/loglevel",
         "cfgagent/set-net/loglevel",    "cfgagent/set-rpc/loglevel",    "cfgagent/set-sha/loglevel",
         "cfgagent/set-upm/loglevel",    "cfgagent/set-wft/loglevel",    "cfgagent/set-wft/tracelevel",
-        "cfgagent/set/loglevel",        "list-commands",                "version",
+        "cfgagent/set/loglevel",
     };
     EXPECT_EQ(names, expected);
 }

@@ -1,4 +1,5 @@
 #include "store/Decoder.h"
+#include "store/StoreTypes.h"
 
 #include <iterator>
 #include <unordered_set>
@@ -506,57 +507,8 @@ LoftDBUpdateList Decoder::DecodeEntityGroupRelationObject(const Update& update) 
 }
 
 LoftDBUpdateList Decoder::Decode(const Update& update) {
-    switch (update.object_type()) {
-        case LOG_SWITCH_CONFIG: return DecodeLogSwitchConfig(update);
-        case LOG_SWITCH_PORT_CONFIG: return DecodeLogSwitchPortConfig(update);
-        case LOG_ROUTER_CONFIG: return DecodeLogRouterConfig(update);
-        case LOG_ROUTER_PORT_CONFIG: return DecodeLogRouterPortConfig(update);
-        case TRANSPORT_NODE_CONFIG: return DecodeTransportNodeConfig(update);
-        case BRIDGE_CLUSTER_CONFIG: return DecodeBridgeClusterConfig(update);
-        case PREFIX_LIST: return DecodePrefixList(update);
-        case PORT_MIRROR_SESSION: return DecodePortMirrorSession(update);
-        case IPFIX_CONFIGURATION: return DecodeIpfixConfiguration(update);
-        case LOG_SWITCH_FIB: return DecodeLogSwitchFib(update);
-        case ROUTING_DOMAIN_FIB: return DecodeRoutingDomainFib(update);
-        case RULE: return DecodeDFWRule(update);
-        case RULE_SECTION: return DecodeDFWRuleSection(update);
-        case CONTAINER: return DecodeDFWContainer(update);
-        case CONFIG_SPAN: return DecodeDFWConfigSpan(update);
-        case FIB: return DecodeFib(update);
-        case CRADLE_CHANNEL_VIF_CONFIG: return DecodeCradleVIFConfig(update);
-        case CRADLE_CHANNEL_GLOBAL_CONFIG: return DecodeCradleGlobalConfig(update);
-        case DA_VIF_OBJECT: return DecodeDaVifMsg(update);
-        case LB_VIRTUAL_SERVER: return DecodeLbVirtualServer(update);
-        case LB_APPLICATION_PROFILE: return DecodeLbApplicationProfile(update);
-        case LB_PERSISTENCE_PROFILE: return DecodeLbPersistenceProfile(update);
-        case LB_POOL: return DecodeLbPool(update);
-        case LB_SERVICE: return DecodeLbService(update);
-        case ARP_TABLE_CONFIG: return DecodeArpTableConfig(update);
-        case PROFILE: return DecodeProfile(update);
-        case CCP_SESSION: return DecodeCcpSession(update);
-        case SI_REDIRECTION_POLICY: return DecodeSiRedirectionPolicy(update);
-        case BARRIER: return DecodeBarrier(update);
-        case FLT_CLUSTER_HOST_CONFIG: return DecodeFltClusterHostConfig(update);
-        case CONTEXT_PROFILE: return DecodeDFWContextProfile(update);
-        case ENTITY_GROUP_RELATION: return DecodeEntityGroupRelation(update);
-        case GLOBAL_CONFIG: return DecodeGlobalConfig(update);
-        case SI_SERVICE_CHAIN: return DecodeSiServiceChain(update);
-        case SI_SERVICE_PATH: return DecodeSiServicePath(update);
-        case NDRA_PROFILE_CONFIG: return DecodeNdraProfileConfig(update);
-        case DAD_PROFILE_CONFIG: return DecodeDadProfileConfig(update);
-        case LOG_ROUTER_PORT_FIB_DAD_STATE: return DecodeLogRouterPortFibDadState(update);
-        case L2_VTEP_GROUP_OBJECT: return DecodeVtepGroup(update);
-        case IDS_SIGNATURES: return DecodeIdsSignatures(update);
-        case MULTICAST_CONFIG: return DecodeMulticastConfig(update);
-        case NSG_MEMBERSHIP_STATUS: return DecodeNsgMemberShipStatus(update);
-        case MULTICAST_STATIC_ROUTE: return DecodeMulticastStaticRoute(update);
-        case SECURITY_FEATURE_TOGGLE: return DecodeSecurityFeatureToggle(update);
-        case LOG_ROUTER_PORT_DAD_REQUEST: return DecodeLogRouterPortDadRequest(update);
-        case BFD_GLOBAL_CONFIG: return DecodeBfdGlobalConfig(update);
-        case HOST_SWITCH_SMARTNIC_BACKING: return DecodeHostSwitchSmartnicBacking(update);
-        case IP_REPUTATION_CONFIG: return DecodeDFWIpReputationConfig(update);
-        default: return {};
-    }
+    const StoreTypes::Row* row = StoreTypes::Find(update.object_type());
+    return row != nullptr ? row->delivery.decode(update) : LoftDBUpdateList{};
 }
 
 }  // namespace CfgAgent

@@ -21,6 +21,7 @@
 #include "loftdb_runtime.pb.h"
 #include "loftdb_store.pb.h"
 #include "store/Decoder.h"
+#include "store/StoreTypes.h"
 #include "zef/loftdb/LoftDbClient.h"
 #include "zef/loftdb/ObjectTypes.h"
 #include "zef/loftdb/OpReflection.h"
@@ -34,51 +35,7 @@ using halden::zef::loftdb::MonitorUpdateMsg;
 
 namespace {
 
-enum class Select { None, Lists, Self };
-
-struct StatementGroup {
-    std::vector<uint32_t> types;
-    uint32_t mode;
-    Select select;
-};
-
-// The monitors of the agent, in registration order.
-std::vector<StatementGroup> StatementGroups() {
-    std::vector<StatementGroup> groups = {
-        {{LOG_SWITCH_CONFIG, LOG_SWITCH_PORT_CONFIG, TRANSPORT_NODE_CONFIG}, 1, Select::None},
-        {{BRIDGE_CLUSTER_CONFIG, PORT_MIRROR_SESSION, IPFIX_CONFIGURATION}, 0, Select::None},
-        {{PROFILE, CONTAINER, ENTITY_GROUP_RELATION, CONTEXT_PROFILE, IDS_SIGNATURES,
-          L2_VTEP_GROUP_OBJECT},
-         1,
-         Select::None},
-        {{LOG_SWITCH_FIB}, 1, Select::Lists},
-        {{ROUTING_DOMAIN_FIB}, 1, Select::Lists},
-        {{LOG_ROUTER_CONFIG, LOG_ROUTER_PORT_CONFIG}, 0, Select::None},
-        {{FIB}, 1, Select::Lists},
-        {{ARP_TABLE_CONFIG}, 1, Select::Lists},
-        {{PREFIX_LIST, DA_VIF_OBJECT}, 0, Select::None},
-        {{GLOBAL_CONFIG, MULTICAST_CONFIG}, 1, Select::None},
-        {{NDRA_PROFILE_CONFIG, DAD_PROFILE_CONFIG, LOG_ROUTER_PORT_FIB_DAD_STATE,
-          LOG_ROUTER_PORT_DAD_REQUEST, NSG_MEMBERSHIP_STATUS, MULTICAST_STATIC_ROUTE},
-         0,
-         Select::None},
-    };
-    if (NodeType::Get() == NodeType::kSmartnicHost) {
-        groups.push_back({{HOST_SWITCH_SMARTNIC_BACKING}, 0, Select::None});
-    }
-    std::vector<StatementGroup> rest = {
-        {{RULE, RULE_SECTION, CONFIG_SPAN, IP_REPUTATION_CONFIG}, 1, Select::None},
-        {{CRADLE_CHANNEL_GLOBAL_CONFIG, CCP_SESSION}, 0, Select::None},
-        {{SI_SERVICE_CHAIN, SI_SERVICE_PATH, SI_REDIRECTION_POLICY}, 0, Select::Self},
-        {{LB_SERVICE, LB_VIRTUAL_SERVER, LB_POOL, LB_APPLICATION_PROFILE, LB_PERSISTENCE_PROFILE},
-         1,
-         Select::None},
-        {{FLT_CLUSTER_HOST_CONFIG, SECURITY_FEATURE_TOGGLE}, 1, Select::None},
-        {{BARRIER, BFD_GLOBAL_CONFIG}, 0, Select::None},
-    };
-    groups.insert(groups.end(), rest.begin(), rest.end());
-    return groups;
-}
+using Select = StoreTypes::Select;
 
 // The select of a monitor: the key and one element of each list, or the
 // whole object, asked for with SELECT.
@@ -101,15 +58,20 @@ std::string SelectFor(uint32_t type, Select select) {
     return op->SerializeAsString();
 }
 
-MonitorStatementMsg Statement(uint32_t type, uint32_t mode, Select select) {
+MonitorStatementMsg Statement(const StoreTypes::Row& row) {
     MonitorStatementMsg statement;
-    statement.mutable_object()->set_object_type(type);
-    std::string selected = SelectFor(type, select);
+    statement.mutable_object()->set_object_type(row.type);
+    std::string selected = SelectFor(row.type, row.select);
     if (!selected.empty()) {
         statement.mutable_object()->set_select(selected);
     }
-    statement.set_mode(mode);
+    statement.set_mode(row.mode);
     return statement;
+}
+
+bool WatchedFromStart(const StoreTypes::Row& row) {
+    return row.watch == StoreTypes::Watch::Always ||
+           (row.watch == StoreTypes::Watch::SmartnicHost && NodeType::Get() == NodeType::kSmartnicHost);
 }
 
 bool IsFibLike(uint32_t type) {
@@ -136,7 +98,9 @@ LoftdbClient::LoftdbClient(std::shared_ptr<UpdateQueue> queue, const std::string
       writeQueue(std::make_shared<MsgQueue<std::unique_ptr<WriteEntry>>>(
           MsgQueue<std::unique_ptr<WriteEntry>>::kNoLimit, true, true)),
       client(std::make_shared<zef::loftdb::LoftDbClient>(
-          NodeType::Get() == NodeType::kSmartnic ? "sn-cfg-agent" : "cfg-agent", endpoint)) {}
+          NodeType::Get() == NodeType::kSmartnic ? "sn-cfg-agent" : "cfg-agent", endpoint)) {
+    StoreTypes::Check();
+}
 
 LoftdbClient::~LoftdbClient() {
     writing = false;
@@ -167,9 +131,9 @@ void LoftdbClient::RegisterMonitors() {
         clientId, [this](const MonitorUpdateMsg& update) { MonitorUpdateCB(update); },
         [this] { MonitorBarrierCB(); }, vdbId);
     std::vector<MonitorStatementMsg> all;
-    for (const StatementGroup& group : StatementGroups()) {
-        for (uint32_t type : group.types) {
-            all.push_back(Statement(type, group.mode, group.select));
+    for (const StoreTypes::Row& row : StoreTypes::Rows()) {
+        if (WatchedFromStart(row)) {
+            all.push_back(Statement(row));
         }
     }
     {
@@ -183,7 +147,7 @@ void LoftdbClient::RegisterMonitors() {
 }
 
 void LoftdbClient::RegisterCradleVifMonitor() {
-    MonitorStatementMsg statement = Statement(CRADLE_CHANNEL_VIF_CONFIG, 0, Select::None);
+    const MonitorStatementMsg statement = Statement(*StoreTypes::Find(CRADLE_CHANNEL_VIF_CONFIG));
     if (client->ConfigureMonitor({statement}, {}, clientId, 1)) {
         std::lock_guard<std::recursive_mutex> guard(statementsMutex);
         statements.push_back(statement);
@@ -206,18 +170,17 @@ void LoftdbClient::Stop() {
     client->Stop();
 }
 
-void LoftdbClient::Route(uint32_t objectType, LoftDBUpdateList records,
-                         std::initializer_list<ComponentType> to) {
+void LoftdbClient::Route(LoftDBUpdateList records, std::span<const ComponentType> to) {
     if (records.empty()) {
         return;
     }
     // Each component gets its own copy; the last takes the records themselves.
-    const ComponentType* last = to.end() - 1;
-    for (const ComponentType* component = to.begin(); component != last; ++component) {
-        LoftDBUpdateList& list = pending[*component];
+    for (ComponentType component : to.first(to.size() - 1)) {
+        LoftDBUpdateList& list = pending[component];
         list.insert(list.end(), records.begin(), records.end());
     }
-    pending[*last].splice(pending[*last].end(), records);
+    LoftDBUpdateList& last = pending[to.back()];
+    last.splice(last.end(), records);
 }
 
 void LoftdbClient::MonitorUpdateCB(const MonitorUpdateMsg& update) {
@@ -227,82 +190,18 @@ void LoftdbClient::MonitorUpdateCB(const MonitorUpdateMsg& update) {
             .Tag("errorCode:LCP00028");
         return;
     }
-    switch (type) {
-        case LOG_SWITCH_CONFIG:
-        case LOG_SWITCH_PORT_CONFIG:
-        case BRIDGE_CLUSTER_CONFIG:
-        case PORT_MIRROR_SESSION:
-        case IPFIX_CONFIGURATION:
-        case PROFILE:
-        case NSG_MEMBERSHIP_STATUS:
-            return Route(type, Decoder::Decode(update), {CONFIGCACHE});
-        case TRANSPORT_NODE_CONFIG:
-            return Route(type, Decoder::Decode(update), {CONFIGCACHE, CONFIGAPP});
-        case ENTITY_GROUP_RELATION:
-            Route(type, Decoder::DecodeEntityGroupRelation(update), {CONFIGCACHE});
-            return Route(type, Decoder::DecodeEntityGroupRelationObject(update), {DFW, LB});
-        case CONTAINER:
-            return Route(type, Decoder::Decode(update), {DFW, LB});
-        case CONTEXT_PROFILE:
-        case RULE:
-        case RULE_SECTION:
-            return Route(type, Decoder::Decode(update), {DFW, IDS});
-        case IDS_SIGNATURES:
-            return Route(type, Decoder::Decode(update), {IDS});
-        case L2_VTEP_GROUP_OBJECT:
-        case LOG_SWITCH_FIB:
-        case ROUTING_DOMAIN_FIB:
-            return Route(type, Decoder::Decode(update), {L2CACHE});
-        case LOG_ROUTER_CONFIG:
-        case LOG_ROUTER_PORT_CONFIG:
-        case FIB:
-        case ARP_TABLE_CONFIG:
-        case PREFIX_LIST:
-        case MULTICAST_CONFIG:
-        case NDRA_PROFILE_CONFIG:
-        case DAD_PROFILE_CONFIG:
-        case LOG_ROUTER_PORT_FIB_DAD_STATE:
-        case LOG_ROUTER_PORT_DAD_REQUEST:
-        case MULTICAST_STATIC_ROUTE:
-            return Route(type, Decoder::Decode(update), {L3CACHE});
-        case IP_REPUTATION_CONFIG:
-            return Route(type, Decoder::Decode(update), {DFW});
-        case CONFIG_SPAN:
-            return Route(type, Decoder::Decode(update), {DFW, CONFIGAPP});
-        case HOST_SWITCH_SMARTNIC_BACKING:
-            if (NodeType::Get() != NodeType::kSmartnicHost) {
-                return;
-            }
-            [[fallthrough]];
-        case DA_VIF_OBJECT:
-        case CRADLE_CHANNEL_VIF_CONFIG:
-            return Route(type, Decoder::Decode(update), {CONFIGAPP});
-        case CRADLE_CHANNEL_GLOBAL_CONFIG:
-            Route(type, Decoder::Decode(update), {CONFIGAPP});
-            return RegisterCradleVifMonitor();
-        case CCP_SESSION:
-            return Route(type, Decoder::Decode(update), {CONFIGAPP, L2APP});
-        case SI_REDIRECTION_POLICY:
-        case SI_SERVICE_CHAIN:
-        case SI_SERVICE_PATH:
-            return Route(type, Decoder::Decode(update), {SIAPP});
-        case BARRIER:
-            return Route(type, Decoder::Decode(update), {DFW, IDS, L3CACHE});
-        case GLOBAL_CONFIG:
-            return Route(type, Decoder::Decode(update), {L3CACHE, L2APP, DFW, IDS, CONFIGAPP, TF});
-        case LB_SERVICE:
-        case LB_VIRTUAL_SERVER:
-        case LB_POOL:
-        case LB_APPLICATION_PROFILE:
-        case LB_PERSISTENCE_PROFILE:
-            return Route(type, Decoder::Decode(update), {LB});
-        case FLT_CLUSTER_HOST_CONFIG:
-        case SECURITY_FEATURE_TOGGLE:
-            return Route(type, Decoder::Decode(update), {IDS, DFW});
-        case BFD_GLOBAL_CONFIG:
-            return Route(type, Decoder::Decode(update), {BFD});
-        default:
-            return;
+    const StoreTypes::Row* row = StoreTypes::Find(type);
+    if (row == nullptr || (row->watch == StoreTypes::Watch::SmartnicHost && !WatchedFromStart(*row))) {
+        ++unwatchedUpdates;
+        return;
+    }
+    for (const StoreTypes::Delivery* delivery : {&row->delivery, &row->second}) {
+        if (delivery->decode != nullptr) {
+            Route(delivery->decode(update), delivery->Receivers());
+        }
+    }
+    if (row->startsCradleVifWatch) {
+        RegisterCradleVifMonitor();
     }
 }
 

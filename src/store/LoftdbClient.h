@@ -6,6 +6,7 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <span>
 #include <string>
 #include <unordered_map>
 #include <vector>
@@ -67,6 +68,8 @@ public:
     std::shared_ptr<zef::upm::UPMService> UpmService() const { return upmService; }
     // Each statement registered, in order.
     std::vector<halden::zef::loftdb::MonitorStatementMsg> Statements() const;
+    // Updates of a type the agent does not read, dropped since the start.
+    uint64_t UnwatchedUpdates() const { return unwatchedUpdates.load(); }
 
     // The library's callbacks; they run on its one thread.
     void MonitorUpdateCB(const halden::zef::loftdb::MonitorUpdateMsg& update);
@@ -77,7 +80,7 @@ public:
 
 private:
     void RegisterMonitors();
-    void Route(uint32_t objectType, LoftDBUpdateList records, std::initializer_list<ComponentType> to);
+    void Route(LoftDBUpdateList records, std::span<const ComponentType> to);
     void Merge(LoftDBUpdateList& list);
     void RevertUPMContainerMapping(LoftDBUpdateList& list);
 
@@ -89,6 +92,8 @@ private:
     std::shared_ptr<UpdateQueue> updateQueue;
     std::unordered_map<std::string, std::list<std::string>, SerializedIdHash> containerMembers;
     std::atomic<uint64_t> lastBarrierTime{0};
+    // Updates of a type the agent does not read, dropped.
+    std::atomic<uint64_t> unwatchedUpdates{0};
     std::shared_ptr<zef::upm::UPMService> upmService;
     const uint32_t vdbId;
     std::shared_ptr<MsgQueue<std::unique_ptr<WriteEntry>>> writeQueue;

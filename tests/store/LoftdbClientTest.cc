@@ -160,6 +160,7 @@ TEST_F(LoftdbClientTest, InvalidAndUnmonitoredTypesAreDropped) {
     vifState.set_object_type(VIF_STATE);
     client->MonitorUpdateCB(vifState);
     EXPECT_TRUE(Close()->updates.empty());
+    EXPECT_EQ(client->UnwatchedUpdates(), 1u);
 }
 
 TEST_F(LoftdbClientTest, StartRegistersTheMonitorsInOrderWithTheirModesAndSelects) {

@@ -1,13 +1,24 @@
 #!/usr/bin/env bash
 # Installs what is missing, builds everything with AddressSanitizer and
-# UndefinedBehaviorSanitizer, warnings as errors, and runs every test.
+# UndefinedBehaviorSanitizer, warnings as errors, and runs every test; then
+# builds everything again with ThreadSanitizer and runs every test there too.
+# ZEF_SKIP_TSAN=1 leaves the second run out.
 set -euo pipefail
 top=$(cd "$(dirname "$0")/.." && pwd)
 cd "$top"
 
 bash scripts/setup.sh
+jobs=$(nproc)
+
 cmake -S . -B build-test -G Ninja -DCMAKE_BUILD_TYPE=Debug -DZEF_SANITIZE=ON -DZEF_WERROR=ON
 cmake --build build-test
 export ASAN_OPTIONS=${ASAN_OPTIONS:-detect_leaks=1:abort_on_error=1}
 export UBSAN_OPTIONS=${UBSAN_OPTIONS:-print_stacktrace=1:halt_on_error=1}
-ctest --test-dir build-test --output-on-failure -j "$(nproc)"
+ctest --test-dir build-test --output-on-failure -j "$jobs"
+
+if [ "${ZEF_SKIP_TSAN:-0}" != 1 ]; then
+  cmake -S . -B build-tsan -G Ninja -DCMAKE_BUILD_TYPE=Debug -DZEF_SANITIZE_THREAD=ON -DZEF_WERROR=ON
+  cmake --build build-tsan
+  export TSAN_OPTIONS=${TSAN_OPTIONS:-halt_on_error=1:second_deadlock_stack=1}
+  ctest --test-dir build-tsan --output-on-failure -j "$jobs"
+fi

@@ -17,6 +17,7 @@
 #include "frame/IoContexts.h"
 #include "frame/WorkGroup.h"
 #include "frame/WorkItemImpl.h"
+#include "dplink/LinkSocket.h"
 #include "log/Logger.h"
 #include "zef/taklink/TaklinkSocket.h"
 
@@ -53,10 +54,6 @@ DataplaneTaklink::~DataplaneTaklink() {
     _sendQueue.Stop();
     while (std::optional<unsigned char*> message = _sendQueue.Get()) {
         std::free(*message);
-    }
-    const int fd = _fd.exchange(-1);
-    if (fd != -1) {
-        TaklinkSocket::Close(fd);
     }
 }
 
@@ -160,20 +157,19 @@ void DataplaneTaklink::stop() {
 }
 
 void DataplaneTaklink::connectLink() {
-    if (_connected && _fd != -1) {
+    if (_connected && _socket) {
         CFG_LOG(LL_TRACE, "Connection of %1 is OK", kFamilyLabel);
         return;
     }
     const int fd = TaklinkSocket::Socket(zef::taklink::AF_TAKLINK, SOCK_DGRAM, 0);
     int error = errno;
-    _fd = fd;
     if (fd < 0) {
         CFG_LOG(LL_ERROR, "Could not open %1 socket: %2, error: %3", kFamilyLabel, fd,
                 ErrorText(error))
             .Tag("errorCode:LCP00121");
-        _fd = -1;
         return;
     }
+    auto socket = std::make_shared<LinkSocket>(fd);
     zef::taklink::TaklinkAddress address{};
     address.family = zef::taklink::AF_TAKLINK;
     std::memcpy(address.name, _name.data(), std::min(_name.size(), zef::taklink::kMaxNameLength));
@@ -182,8 +178,6 @@ void DataplaneTaklink::connectLink() {
         CFG_LOG(LL_ERROR, "Could not connect to %1 socket (\"%2\"), error: %3", kFamilyLabel, _name,
                 ErrorText(error))
             .Tag("errorCode:LCP00122");
-        TaklinkSocket::Close(fd);
-        _fd = -1;
         _connected = false;
         return;
     }
@@ -202,6 +196,7 @@ void DataplaneTaklink::connectLink() {
     } else {
         CFG_LOG(LL_DEBUG, "%1 receive buffer set to %2 bytes", kFamilyLabel, size);
     }
+    _socket = std::move(socket);
     ++_connection;
     _connected = true;
     wakeLoops();
@@ -210,9 +205,14 @@ void DataplaneTaklink::connectLink() {
     }
 }
 
-std::pair<int, uint64_t> DataplaneTaklink::current() {
+std::pair<std::shared_ptr<const LinkSocket>, uint64_t> DataplaneTaklink::current() {
     std::lock_guard<std::mutex> lock(_linkMutex);
-    return {_fd, _connection};
+    return {_socket, _connection};
+}
+
+bool DataplaneTaklink::isCurrent(uint64_t connection) {
+    std::lock_guard<std::mutex> lock(_linkMutex);
+    return _connected && connection == _connection;
 }
 
 void DataplaneTaklink::closeLink(uint64_t usedConnection) {
@@ -227,17 +227,11 @@ void DataplaneTaklink::closeLinkLocked() {
     if (!_connected) {
         return;
     }
-    const int fd = _fd;
-    while (TaklinkSocket::Close(fd) != 0) {
-        const int error = errno;
-        if (error != EINTR) {
-            break;
-        }
-        CFG_LOG(LL_ERROR, "Could not close netlink connection: %1, retry", ErrorText(error))
-            .Tag("errorCode:LCP00126");
-    }
+    // The loops still holding the socket see it end and let it go; the
+    // last of them closes it.
+    _socket->Shutdown();
+    _socket.reset();
     _connected = false;
-    _fd = -1;
     if (_statusCallback) {
         _statusCallback(this, LINK_DOWN);
     }
@@ -304,20 +298,26 @@ void DataplaneTaklink::receiveLoop() {
         ~Ended() { link->loopEnded(); }
     } ended{this};
 
-    auto recvError = [this](ssize_t result, int error) {
+    // A connection this link closed itself ends quietly.
+    auto recvError = [this](uint64_t connection, ssize_t result, int error) {
+        if (!isCurrent(connection)) {
+            return;
+        }
         // A peer that closes leaves errno untouched.
         CFG_LOG(LL_ERROR, "taklink %1: recv error: %2:%3", _name, result,
                 ErrorText(result == 0 ? ECONNRESET : error))
             .Tag("errorCode:LCP00125");
+        closeLink(connection);
     };
 
     while (_receiveRunning) {
         const uint64_t generation = wakeGeneration();
-        const auto [fd, connection] = current();
-        if (!_connected || fd == -1) {
+        const auto [socket, connection] = current();
+        if (!socket) {
             idle(generation);
             continue;
         }
+        const int fd = socket->Fd();
         short revents = 0;
         const int polled = TaklinkSocket::Poll(fd, POLLIN, kPollTimeoutMs, revents);
         if (polled < 0) {
@@ -336,15 +336,13 @@ void DataplaneTaklink::receiveLoop() {
         unsigned char head[kHeadLength];
         ssize_t result = 0;
         if (!readFull(fd, head, sizeof(head), false, result)) {
-            recvError(result, errno);
-            closeLink(connection);
+            recvError(connection, result, errno);
             continue;
         }
         const int length = MessageLength(head);
         if (length < static_cast<int>(kHeadLength)) {
             // Cannot hold its own header: the stream can no longer be framed.
-            recvError(length, EBADMSG);
-            closeLink(connection);
+            recvError(connection, length, EBADMSG);
             continue;
         }
         Block block(static_cast<unsigned char*>(std::calloc(static_cast<size_t>(length), 1)));
@@ -356,8 +354,7 @@ void DataplaneTaklink::receiveLoop() {
         std::memcpy(block.get(), head, sizeof(head));
         if (!readFull(fd, block.get() + kHeadLength, static_cast<size_t>(length) - kHeadLength,
                       true, result)) {
-            recvError(result, errno);
-            closeLink(connection);
+            recvError(connection, result, errno);
             continue;
         }
         CFG_LOG(LL_DEBUG, "takLink %1: received %2 byte from kernel", _name, length);
@@ -375,7 +372,7 @@ void DataplaneTaklink::sendLoop() {
 
     while (_sendRunning) {
         const uint64_t generation = wakeGeneration();
-        if (!_connected || _fd == -1) {
+        if (!_connected) {
             idle(generation);
             continue;
         }
@@ -385,7 +382,12 @@ void DataplaneTaklink::sendLoop() {
         }
         const Block message(*next);
         const int length = MessageLength(message.get());
-        const auto [fd, connection] = current();
+        const auto [socket, connection] = current();
+        if (!socket) {
+            CFG_LOG(LL_ERROR, "TakLink: %1: link down", _name).Tag("errorCode:LCP00127");
+            continue;
+        }
+        const int fd = socket->Fd();
         CFG_LOG(LL_DEBUG, "TakLink: %1: get a message from controller: %2, length: %3", _name,
                 static_cast<const void*>(message.get()), length);
         int offset = 0;
@@ -397,8 +399,10 @@ void DataplaneTaklink::sendLoop() {
                     CFG_LOG(LL_ERROR, "TakLink: %1: hit signal, continue", _name);
                     continue;
                 }
-                CFG_LOG(LL_ERROR, "TakLink: %1: link down", _name).Tag("errorCode:LCP00127");
-                closeLink(connection);
+                if (isCurrent(connection)) {
+                    CFG_LOG(LL_ERROR, "TakLink: %1: link down", _name).Tag("errorCode:LCP00127");
+                    closeLink(connection);
+                }
                 break;
             }
             offset += static_cast<int>(sent);
@@ -420,8 +424,8 @@ void DataplaneTaklink::onReopenTimer() {
     {
         std::lock_guard<std::mutex> lock(_linkMutex);
         checked = _connection;
-        if (_fd != -1 && _livenessCheck) {
-            alive = _livenessCheck(_fd);
+        if (_socket && _livenessCheck) {
+            alive = _livenessCheck(_socket->Fd());
         }
     }
     if (!alive) {

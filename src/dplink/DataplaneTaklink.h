@@ -11,6 +11,7 @@
 #include "frame/AsyncTimer.h"
 #include "frame/MsgQueue.h"
 #include "dplink/DataplaneLink.h"
+#include "dplink/LinkSocket.h"
 
 namespace CfgAgent {
 
@@ -42,11 +43,11 @@ private:
     using Timer = AsyncTimer<DataplaneTaklink>;
 
     void connectLink();
-    // The descriptor of the current connection and the connection's number.
-    std::pair<int, uint64_t> current();
+    // The current connection's socket, null when down, and its number.
+    std::pair<std::shared_ptr<const LinkSocket>, uint64_t> current();
+    bool isCurrent(uint64_t connection);
     // `usedConnection` is the connection the caller failed on; a link that
-    // has reconnected since is left alone, though the new descriptor may
-    // carry the old one's number.
+    // has reconnected since is left alone.
     void closeLink(uint64_t usedConnection);
     void closeLinkLocked();
     uint64_t wakeGeneration();
@@ -59,7 +60,7 @@ private:
 
     const std::string _name;
     const uint32_t _bufferSize;
-    std::atomic<int> _fd{-1};
+    std::shared_ptr<LinkSocket> _socket;  // under the link mutex
     std::atomic<uint64_t> _connection{0};
     std::atomic<bool> _connected{false};
     std::atomic<bool> _receiveRunning{true};

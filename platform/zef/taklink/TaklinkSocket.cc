@@ -62,10 +62,8 @@ int TaklinkSocket::Poll(int fd, short events, int timeoutMs, short& revents) {
     return result;
 }
 
-int TaklinkSocket::Close(int fd) {
-    // Wakes a reader or writer still blocked on the descriptor in another thread.
-    ::shutdown(fd, SHUT_RDWR);
-    return ::close(fd);
-}
+int TaklinkSocket::Shutdown(int fd) { return ::shutdown(fd, SHUT_RDWR); }
+
+int TaklinkSocket::Close(int fd) { return ::close(fd); }
 
 }  // namespace zef::taklink

@@ -33,6 +33,8 @@ public:
     static ssize_t Recv(int fd, void* data, size_t length, int flags);
     // One descriptor; `revents` gets what came back.
     static int Poll(int fd, short events, int timeoutMs, short& revents);
+    // Ends both directions: whoever waits on the descriptor wakes.
+    static int Shutdown(int fd);
     static int Close(int fd);
 
     // Where the endpoint `name` lives on this host.

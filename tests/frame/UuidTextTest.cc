@@ -5,6 +5,7 @@
 #include <string>
 
 #include "TestSupport.h"
+#include "frame/vocabulary/Uuid.h"
 #include "loftdb_common.pb.h"
 
 namespace FrameTest {
@@ -52,6 +53,24 @@ TEST(UuidTextTest, SerializedBytes) {
     EXPECT_EQ(CfgAgent::UuidBytesToString(Sample().SerializeAsString()), kText);
     EXPECT_EQ(CfgAgent::UuidBytesToString(std::string("\x00\x01", 2)), "");
     EXPECT_EQ(CfgAgent::UuidBytesToString("\xff\xff\xff"), "");
+}
+
+// The value the port road keys by: it must agree with the message form the
+// tables key by, whichever way it was made.
+TEST(UuidTest, TextMessageAndTableKeyMeetInOneValue) {
+    using CfgAgent::Uuid;
+    const Uuid fromText = *Uuid::FromText(kText);
+    EXPECT_EQ(fromText, Uuid::FromMsg(Sample()));
+    EXPECT_EQ(Uuid::FromText("01020304-0506-0708-090A-0B0C0D0E0F10"), fromText) << "case is not identity";
+    EXPECT_EQ(fromText.Serialized(), Sample().SerializeAsString());
+    EXPECT_EQ(Uuid::FromSerialized(Sample().SerializeAsString()), fromText);
+    EXPECT_EQ(fromText.Text(), kText);
+    EXPECT_EQ(Uuid(0xfedcba9876543210ULL, 0xf0e1d2c3b4a59687ULL).Text(), "fedcba98-7654-3210-f0e1-d2c3b4a59687");
+    EXPECT_LT(Uuid(1, 0xffffffffffffffffULL), Uuid(2, 0)) << "the left half orders first";
+    EXPECT_TRUE(Uuid().IsNil());
+    QuietConsole quiet;
+    EXPECT_FALSE(Uuid::FromText("dvport-12"));
+    EXPECT_FALSE(Uuid::FromSerialized("\xff\xff\xff"));
 }
 
 }  // namespace

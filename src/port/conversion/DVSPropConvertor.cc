@@ -11,6 +11,7 @@
 #include "frame/vocabulary/ObjectType.h"
 #include "frame/vocabulary/PropertyType.h"
 #include "frame/vocabulary/UpdateOperation.h"
+#include "frame/vocabulary/Uuid.h"
 #include "frame/vocabulary/UuidText.h"
 #include "loftdb_switching.pb.h"
 #include "loftdb_system.pb.h"
@@ -33,10 +34,10 @@ bool StartsWith(const std::string& text, const char* prefix) {
     return text.rfind(prefix, 0) == 0;
 }
 
-bool IsUuidText(const std::string& text) {
-    halden::zef::loftdb::UuidMsg uuid;
-    return UuidFromString(text, uuid);
-}
+bool IsUuidText(const std::string& text) { return Uuid::FromText(text).has_value(); }
+
+// The id of a table's object; nil when the bytes are no UuidMsg.
+Uuid IdOf(const std::string& serialized) { return Uuid::FromSerialized(serialized).value_or(Uuid{}); }
 
 // Logs the first character that is not a digit.
 bool IsValidDVPortID(const std::string& portId) {
@@ -49,11 +50,6 @@ bool IsValidDVPortID(const std::string& portId) {
     return false;
 }
 
-std::string SerializedUuid(const std::string& text) {
-    halden::zef::loftdb::UuidMsg uuid;
-    return UuidFromString(text, uuid) ? uuid.SerializeAsString() : std::string();
-}
-
 template <typename Message>
 bool Stored(IStateCacheConfigTable& table, uint32_t objectType, uint32_t propertyType,
             const std::string& serializedId, Message& message) {
@@ -63,14 +59,14 @@ bool Stored(IStateCacheConfigTable& table, uint32_t objectType, uint32_t propert
            message.ParseFromString(value);
 }
 
-bool StoredSwitch(IStateCacheConfigTable& table, uint32_t propertyType, const std::string& lsText,
+bool StoredSwitch(IStateCacheConfigTable& table, uint32_t propertyType, const Uuid& ls,
                   halden::zef::loftdb::LogSwitchConfigMsg& message) {
-    return Stored(table, LOG_SWITCH_CONFIG, propertyType, SerializedUuid(lsText), message);
+    return !ls.IsNil() && Stored(table, LOG_SWITCH_CONFIG, propertyType, ls.Serialized(), message);
 }
 
-bool StoredPort(IStateCacheConfigTable& table, uint32_t propertyType, const std::string& lspText,
+bool StoredPort(IStateCacheConfigTable& table, uint32_t propertyType, const Uuid& lsp,
                 halden::zef::loftdb::LogSwitchPortConfigMsg& message) {
-    return Stored(table, LOG_SWITCH_PORT_CONFIG, propertyType, SerializedUuid(lspText), message);
+    return !lsp.IsNil() && Stored(table, LOG_SWITCH_PORT_CONFIG, propertyType, lsp.Serialized(), message);
 }
 
 bool IsSpfPort(const PortEntry& port) {
@@ -146,13 +142,11 @@ void DVSPropConvertor::ProcessConfigPropertyUpdate(uint32_t objectType, const st
                                                    const std::string& value) {
     if (objectType == LOG_SWITCH_PORT_CONFIG && PortsOfLogicalPort(id).empty()) {
         if (operation == OP_DELETE) {
-            CFG_LOG(LL_INFO, "Port [%1] has been removed during VIF disconnecting",
-                    UuidBytesToString(id));
+            CFG_LOG(LL_INFO, "Port [%1] has been removed during VIF disconnecting", IdOf(id).Text());
         }
         if (operation == OP_DELETE && propertyType == LSP_EXTRA_CONFIGS) {
-            for (const auto& change : _lspExtraConfigs.Remove(UuidBytesToString(id))) {
-                CFG_LOG(LL_INFO, "Remove extra config %1 for port %2", change.key,
-                        UuidBytesToString(id));
+            for (const auto& change : _lspExtraConfigs.Remove(IdOf(id))) {
+                CFG_LOG(LL_INFO, "Remove extra config %1 for port %2", change.key, IdOf(id).Text());
             }
             return;
         }
@@ -179,21 +173,21 @@ void DVSPropConvertor::ProcessConfigPropertyUpdate(uint32_t objectType, const st
 void DVSPropConvertor::ProcessConfigEntityUpdate(uint32_t, const std::string&, uint32_t) {}
 
 std::vector<PortEntry> DVSPropConvertor::PortsOfLogicalPort(const std::string& id) const {
-    return _portList->OfLogicalPort(UuidBytesToString(id));
+    return _portList->OfLogicalPort(IdOf(id));
 }
 
 bool DVSPropConvertor::HandleLogicalSwitchUpdate(const std::string& id, uint32_t operation,
                                                  uint32_t propertyType, const std::string& value,
                                                  DPUpdate& update) {
-    const std::string lsText = UuidBytesToString(id);
+    const Uuid ls = IdOf(id);
     bool added = false;
-    for (const PortEntry& port : _portList->OfSwitch(lsText)) {
-        added |= AddSwitchProperty(port, lsText, operation, propertyType, value, update);
+    for (const PortEntry& port : _portList->OfSwitch(ls)) {
+        added |= AddSwitchProperty(port, ls, operation, propertyType, value, update);
     }
     return added;
 }
 
-bool DVSPropConvertor::AddSwitchProperty(const PortEntry& port, const std::string& lsText,
+bool DVSPropConvertor::AddSwitchProperty(const PortEntry& port, const Uuid& ls,
                                          uint32_t operation, uint32_t propertyType,
                                          const std::string& value, DPUpdate& update) {
     using Values = PortPropertyValues;
@@ -206,7 +200,7 @@ bool DVSPropConvertor::AddSwitchProperty(const PortEntry& port, const std::strin
                      propertyType == LS_VLAN_TRUNK)) {
         update.Add(port.vifId, propertyType == LS_VNI ? Values::Removal(Values::KEY_VNI)
                                                       : Values::ClearedVlan());
-        if (!SwitchHasVniOrVlan(lsText)) {
+        if (!SwitchHasVniOrVlan(ls)) {
             CFG_LOG(LL_INFO, "Remove vlan or vni, block port [%1]", port.vifId);
             update.Add(port.vifId, Values::Block(true));
         }
@@ -259,10 +253,10 @@ bool DVSPropConvertor::AddSwitchProperty(const PortEntry& port, const std::strin
     }
 }
 
-bool DVSPropConvertor::SwitchHasVniOrVlan(const std::string& lsText) {
+bool DVSPropConvertor::SwitchHasVniOrVlan(const Uuid& ls) {
     halden::zef::loftdb::LogSwitchConfigMsg config;
     for (uint32_t property : {LS_VNI, LS_VLAN, LS_VLAN_TRUNK}) {
-        if (StoredSwitch(_configTable, property, lsText, config)) {
+        if (StoredSwitch(_configTable, property, ls, config)) {
             return true;
         }
     }
@@ -273,24 +267,24 @@ bool DVSPropConvertor::HandleLogicalPortSwitchId(const std::string& id, uint32_t
                                                  uint32_t, const std::string& value,
                                                  DPUpdate& update) {
     halden::zef::loftdb::LogSwitchPortConfigMsg config;
-    std::string lsText;
+    Uuid ls;
     if (operation != OP_DELETE && config.ParseFromString(value) && config.has_switch_id()) {
-        lsText = UuidToString(config.switch_id());
+        ls = Uuid::FromMsg(config.switch_id());
     }
     // Every port of it gets the switch's properties and a block decision.
     const std::vector<PortEntry> ports = PortsOfLogicalPort(id);
-    const std::string lsId = SerializedUuid(lsText);
+    const std::string lsId = ls.IsNil() ? std::string() : ls.Serialized();
     for (PortEntry port : ports) {
-        _portList->Modify(port.vifId, [&](PortEntry& entry) { entry.lsId = lsText; });
-        port.lsId = lsText;
+        _portList->Modify(port.vifId, [&](PortEntry& entry) { entry.lsId = ls; });
+        port.lsId = ls;
         for (uint32_t property : kSwitchBuildOrder) {
             std::string switchValue;
             if (!lsId.empty() &&
                 _configTable.GetObjectProperty(LOG_SWITCH_CONFIG, property, lsId, switchValue)) {
-                AddSwitchProperty(port, lsText, OP_UPDATE, property, switchValue, update);
+                AddSwitchProperty(port, ls, OP_UPDATE, property, switchValue, update);
             }
         }
-        AddSwitchExtraConfigs(port, lsText, {}, update);
+        AddSwitchExtraConfigs(port, ls, {}, update);
         BuildBlockUpdate(port, update);
     }
     return !ports.empty();
@@ -309,7 +303,7 @@ bool DVSPropConvertor::HandleLogicalPortAdminState(const std::string& id, uint32
     }
     bool added = false;
     for (const PortEntry& port : PortsOfLogicalPort(id)) {
-        CFG_LOG(LL_DEBUG, "Get logical port [%1] admin state %2 message", port.lspId,
+        CFG_LOG(LL_DEBUG, "Get logical port [%1] admin state %2 message", port.lspId.Text(),
                 config.admin_state_up());
         if (!config.admin_state_up()) {
             CFG_LOG(LL_INFO, "LSP admin down, block port [%1]", port.vifId);
@@ -351,7 +345,7 @@ bool DVSPropConvertor::HandleMacManagement(const std::string& id, uint32_t opera
     }
     if (!config.ParseFromString(value) || !config.has_mac_management()) {
         CFG_LOG(LL_ERROR, "Invalid MAC mgmt config [%1]: op = %2 propType = %3",
-                UuidBytesToString(id), operation, propertyType);
+                IdOf(id).Text(), operation, propertyType);
         return false;
     }
     const auto& learning = config.mac_management().mac_learning();
@@ -381,7 +375,7 @@ namespace {
 // The stored pairs into the table; nothing for an operation neither update nor delete.
 template <typename Message>
 std::optional<std::vector<ExtraConfigTable::Change>> StoreExtraConfigs(
-    ExtraConfigTable& table, const std::string& id, uint32_t operation, const std::string& value,
+    ExtraConfigTable& table, const Uuid& id, uint32_t operation, const std::string& value,
     const char* emptyLine) {
     if (operation == OP_DELETE) {
         return table.Remove(id);
@@ -407,14 +401,14 @@ std::optional<std::vector<ExtraConfigTable::Change>> StoreExtraConfigs(
 bool DVSPropConvertor::HandleLogicalPortExtraConfig(const std::string& id, uint32_t operation,
                                                     uint32_t, const std::string& value,
                                                     DPUpdate& update) {
-    const std::string lspText = UuidBytesToString(id);
+    const Uuid lsp = IdOf(id);
     const auto changes = StoreExtraConfigs<halden::zef::loftdb::LogSwitchPortConfigMsg>(
-        _lspExtraConfigs, lspText, operation, value, "Extra Config propList is empty");
+        _lspExtraConfigs, lsp, operation, value, "Extra Config propList is empty");
     if (!changes) {
         return false;
     }
     const std::vector<PortEntry> ports = PortsOfLogicalPort(id);
-    const ExtraConfigTable::Pairs* current = _lspExtraConfigs.Of(lspText);
+    const ExtraConfigTable::Pairs* current = _lspExtraConfigs.Of(lsp);
     for (const PortEntry& port : ports) {
         for (const ExtraConfigTable::Change& change : *changes) {
             if (!change.value) {
@@ -450,21 +444,21 @@ void DVSPropConvertor::AddExtraConfig(const PortEntry& port, const std::string& 
 bool DVSPropConvertor::HandleLogicalSwitchExtraConfig(const std::string& id, uint32_t operation,
                                                       uint32_t, const std::string& value,
                                                       DPUpdate& update) {
-    const std::string lsText = UuidBytesToString(id);
+    const Uuid ls = IdOf(id);
     const auto changes = StoreExtraConfigs<halden::zef::loftdb::LogSwitchConfigMsg>(
-        _lsExtraConfigs, lsText, operation, value, "LS Extra Config update propList is empty");
+        _lsExtraConfigs, ls, operation, value, "LS Extra Config update propList is empty");
     if (!changes) {
         return false;
     }
-    const std::vector<PortEntry> ports = _portList->OfSwitch(lsText);
+    const std::vector<PortEntry> ports = _portList->OfSwitch(ls);
     for (const PortEntry& port : ports) {
-        AddSwitchExtraConfigs(port, lsText, *changes, update);
+        AddSwitchExtraConfigs(port, ls, *changes, update);
     }
     return !update.Empty();
 }
 
 // A port's own value of a key wins over its switch's.
-void DVSPropConvertor::AddSwitchExtraConfigs(const PortEntry& port, const std::string& lsText,
+void DVSPropConvertor::AddSwitchExtraConfigs(const PortEntry& port, const Uuid& ls,
                                              const std::vector<ExtraConfigTable::Change>& changes,
                                              DPUpdate& update) {
     for (const ExtraConfigTable::Change& change : changes) {
@@ -472,13 +466,13 @@ void DVSPropConvertor::AddSwitchExtraConfigs(const PortEntry& port, const std::s
             AddExtraConfig(port, change.key, std::nullopt, update);
         }
     }
-    const ExtraConfigTable::Pairs* pairs = _lsExtraConfigs.Of(lsText);
+    const ExtraConfigTable::Pairs* pairs = _lsExtraConfigs.Of(ls);
     for (const auto& [key, value] : pairs != nullptr ? *pairs : ExtraConfigTable::Pairs{}) {
         std::optional<std::string> own = _lspExtraConfigs.Find(port.lspId, key);
         if (own) {
-            CFG_LOG(LL_DEBUG, "Found LSP %1 key %2 value %3", port.lspId, key, *own);
+            CFG_LOG(LL_DEBUG, "Found LSP %1 key %2 value %3", port.lspId.Text(), key, *own);
         }
-        CFG_LOG(LL_DEBUG, "Update LSP %1 with LS extraConfig %2 %3", port.lspId, key,
+        CFG_LOG(LL_DEBUG, "Update LSP %1 with LS extraConfig %2 %3", port.lspId.Text(), key,
                 own.value_or(value));
         AddExtraConfig(port, key, own.value_or(value), update);
     }
@@ -623,20 +617,20 @@ void DVSPropConvertor::BuildBlockUpdate(const PortEntry& port, DPUpdate& update)
         }
     }
     if (unblock && !StoredSwitch(_configTable, LS_ADMIN_STATE_UP, port.lsId, switchConfig)) {
-        CFG_LOG(LL_DEBUG, "Will unblock port after LS %1 admin state update", port.lsId);
+        CFG_LOG(LL_DEBUG, "Will unblock port after LS %1 admin state update", port.lsId.Text());
         unblock = false;
     } else if (unblock && !switchConfig.admin_state_up()) {
-        CFG_LOG(LL_DEBUG, "Will unblock port after LS %1 admin state update UP", port.lsId);
+        CFG_LOG(LL_DEBUG, "Will unblock port after LS %1 admin state update UP", port.lsId.Text());
         unblock = false;
     }
     if (unblock && !SwitchHasVniOrVlan(port.lsId)) {
-        CFG_LOG(LL_DEBUG, "Will unblock port after LS %1 VNI/VLAN update", port.lsId);
+        CFG_LOG(LL_DEBUG, "Will unblock port after LS %1 VNI/VLAN update", port.lsId.Text());
         unblock = false;
     }
     if (!StoredSwitch(_configTable, LS_TYPE, port.lsId, switchConfig)) {
-        CFG_LOG(LL_DEBUG, "No LS type is configured for %1", port.lsId);
+        CFG_LOG(LL_DEBUG, "No LS type is configured for %1", port.lsId.Text());
     } else if (switchConfig.type() == 3) {
-        CFG_LOG(LL_DEBUG, "LSP %1 belongs to Service Plane", port.lspId);
+        CFG_LOG(LL_DEBUG, "LSP %1 belongs to Service Plane", port.lspId.Text());
         update.Add(port.vifId, PortPropertyValues::Number32(PortPropertyValues::KEY_QOS_MODE, 0));
     }
     if (unblock) {
@@ -657,7 +651,7 @@ void DVSPropConvertor::SendPortUnblockUpdate(const std::vector<std::string>& por
         }
     }
     for (const std::string& id : switches) {
-        for (const PortEntry& port : _portList->OfSwitch(UuidBytesToString(id))) {
+        for (const PortEntry& port : _portList->OfSwitch(IdOf(id))) {
             BuildBlockUpdate(port, update);
         }
     }
@@ -675,11 +669,11 @@ bool DVSPropConvertor::BuildPortProperties(const PortEntry& port, DPUpdate& upda
                                                         "1:halden-sfw:failClosed"));
         update.operation = KCP_OP_UPDATE;
     }
-    if (port.lspId.empty()) {
+    if (port.lspId.IsNil()) {
         CFG_LOG(LL_DEBUG, "The port %1 fails to get the LSP UUID", port.vifId);
         return !update.Empty();
     }
-    const std::string lspId = SerializedUuid(port.lspId);
+    const std::string lspId = port.lspId.Serialized();
     for (uint32_t property : kPortBuildOrder) {
         std::string value;
         auto handler = _cfgUpdateHandlerMap.find(property);
@@ -699,7 +693,7 @@ void DVSPropConvertor::FullSync(bool) {
     Lock guard(agentLock());
     std::vector<std::string> ports;
     _portList->ForEach([&](const PortEntry& port) {
-        if (IsValidDVPortID(port.portId) && port.lspId.empty()) {
+        if (IsValidDVPortID(port.portId) && port.lspId.IsNil()) {
             CFG_LOG(LL_INFO, "Skip DVPort %1 when doing config full sync", port.portId);
             return;
         }
@@ -750,7 +744,7 @@ void DVSPropConvertor::OnResyncProperty(bool fullSync) {
     });
     for (const PortEntry& port : due) {
         halden::zef::loftdb::LogSwitchPortConfigMsg attachment;
-        if (!port.lspId.empty() && !StoredPort(_configTable, LSP_ATTACHMENT, port.lspId, attachment)) {
+        if (!port.lspId.IsNil() && !StoredPort(_configTable, LSP_ATTACHMENT, port.lspId, attachment)) {
             CFG_LOG(LL_INFO, "Failed to reSync port [%1] as it does not have VIF attachment property",
                     port.vifId);
             continue;
@@ -831,12 +825,10 @@ PortEntry DVSPropConvertor::CreatePortEntry(const VifInfo& vif) const {
     entry.portId = vif.portId;
     entry.vifId = vif.vifId;
     entry.type = vif.type;
-    if (IsUuidText(vif.portId)) {
-        entry.lspId = vif.portId;
-    }
+    entry.lspId = Uuid::FromText(vif.portId).value_or(Uuid{});
     halden::zef::loftdb::LogSwitchPortConfigMsg port;
     if (StoredPort(_configTable, LSP_SWITCH_ID, entry.lspId, port) && port.has_switch_id()) {
-        entry.lsId = UuidToString(port.switch_id());
+        entry.lsId = Uuid::FromMsg(port.switch_id());
     }
     entry.outOfSync = !StartsWith(vif.portId, "cr-") && !StartsWith(vif.vifId, kCradleTaknic);
     return entry;
@@ -941,10 +933,10 @@ void DVSPropConvertor::OnHotmoveSyncTimer() {
 
 bool DVSPropConvertor::HasLogicalPort(const std::string& vifId) const {
     const PortEntry* entry = _portList->FindByVif(vifId);
-    if (entry == nullptr || entry->lspId.empty()) {
+    if (entry == nullptr || entry->lspId.IsNil()) {
         return false;
     }
-    std::vector<ConfigEntry> rows = _configTable.GetObjectById(SerializedUuid(entry->lspId));
+    std::vector<ConfigEntry> rows = _configTable.GetObjectById(entry->lspId.Serialized());
     return !rows.empty();
 }
 

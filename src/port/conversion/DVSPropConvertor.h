@@ -137,13 +137,13 @@ private:
     // One extra config pair of a port, or its removal.
     void AddExtraConfig(const PortEntry& port, const std::string& key,
                         const std::optional<std::string>& value, DPUpdate& update);
-    void AddSwitchExtraConfigs(const PortEntry& port, const std::string& lsText,
+    void AddSwitchExtraConfigs(const PortEntry& port, const Uuid& ls,
                                const std::vector<ExtraConfigTable::Change>& removed,
                                DPUpdate& update);
     // One switch property for one port; false when it adds nothing.
-    bool AddSwitchProperty(const PortEntry& port, const std::string& switchId, uint32_t operation,
+    bool AddSwitchProperty(const PortEntry& port, const Uuid& ls, uint32_t operation,
                            uint32_t propertyType, const std::string& value, DPUpdate& update);
-    bool SwitchHasVniOrVlan(const std::string& switchId);
+    bool SwitchHasVniOrVlan(const Uuid& ls);
     std::vector<PortEntry> PortsOfLogicalPort(const std::string& id) const;
 
     IStateCacheConfigTable& _configTable;

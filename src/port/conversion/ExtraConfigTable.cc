@@ -25,7 +25,7 @@ constexpr Texts kTexts[] = {
 
 }  // namespace
 
-std::vector<ExtraConfigTable::Change> ExtraConfigTable::Update(const std::string& id,
+std::vector<ExtraConfigTable::Change> ExtraConfigTable::Update(const Uuid& id,
                                                                const Pairs& pairs) {
     std::vector<Change> changes;
     const bool known = _objects.count(id) != 0;
@@ -35,7 +35,7 @@ std::vector<ExtraConfigTable::Change> ExtraConfigTable::Update(const std::string
             ++it;
             continue;
         }
-        CFG_LOG(LL_INFO, kTexts[_kind].remove, it->first, id);
+        CFG_LOG(LL_INFO, kTexts[_kind].remove, it->first, id.Text());
         changes.push_back({it->first, std::nullopt});
         it = stored.erase(it);
     }
@@ -46,28 +46,28 @@ std::vector<ExtraConfigTable::Change> ExtraConfigTable::Update(const std::string
         }
         const Texts& texts = kTexts[_kind];
         CFG_LOG(LL_INFO, !known ? texts.insert : it == stored.end() ? texts.add : texts.change, key,
-                value, id);
+                value, id.Text());
         stored[key] = value;
         changes.push_back({key, value});
     }
     return changes;
 }
 
-std::vector<ExtraConfigTable::Change> ExtraConfigTable::Remove(const std::string& id) {
+std::vector<ExtraConfigTable::Change> ExtraConfigTable::Remove(const Uuid& id) {
     std::vector<Change> changes;
     auto object = _objects.find(id);
     if (object == _objects.end()) {
         return changes;
     }
     for (const auto& [key, value] : object->second) {
-        CFG_LOG(LL_INFO, kTexts[_kind].erase, key, id);
+        CFG_LOG(LL_INFO, kTexts[_kind].erase, key, id.Text());
         changes.push_back({key, std::nullopt});
     }
     _objects.erase(object);
     return changes;
 }
 
-std::optional<std::string> ExtraConfigTable::Find(const std::string& id, const std::string& key) const {
+std::optional<std::string> ExtraConfigTable::Find(const Uuid& id, const std::string& key) const {
     const Pairs* pairs = Of(id);
     if (pairs == nullptr) {
         return std::nullopt;
@@ -76,7 +76,7 @@ std::optional<std::string> ExtraConfigTable::Find(const std::string& id, const s
     return it == pairs->end() ? std::nullopt : std::optional<std::string>(it->second);
 }
 
-const ExtraConfigTable::Pairs* ExtraConfigTable::Of(const std::string& id) const {
+const ExtraConfigTable::Pairs* ExtraConfigTable::Of(const Uuid& id) const {
     auto it = _objects.find(id);
     return it == _objects.end() ? nullptr : &it->second;
 }

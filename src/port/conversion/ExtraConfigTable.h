@@ -5,10 +5,12 @@
 #include <string>
 #include <vector>
 
+#include "frame/vocabulary/Uuid.h"
+
 namespace CfgAgent {
 
-// The extra config pairs of logical ports or of logical switches, by object
-// (UUID text), as last stored.
+// The extra config pairs of logical ports or of logical switches, by object,
+// as last stored.
 class ExtraConfigTable {
 public:
     using Pairs = std::map<std::string, std::string>;
@@ -22,16 +24,16 @@ public:
     explicit ExtraConfigTable(Kind kind) : _kind(kind) {}
 
     // Replaces the object's pairs and says what changed.
-    std::vector<Change> Update(const std::string& id, const Pairs& pairs);
+    std::vector<Change> Update(const Uuid& id, const Pairs& pairs);
     // Forgets the object; every key it had is a change.
-    std::vector<Change> Remove(const std::string& id);
-    std::optional<std::string> Find(const std::string& id, const std::string& key) const;
-    const Pairs* Of(const std::string& id) const;
-    const std::map<std::string, Pairs>& All() const { return _objects; }
+    std::vector<Change> Remove(const Uuid& id);
+    std::optional<std::string> Find(const Uuid& id, const std::string& key) const;
+    const Pairs* Of(const Uuid& id) const;
+    const std::map<Uuid, Pairs>& All() const { return _objects; }
 
 private:
     const Kind _kind;
-    std::map<std::string, Pairs> _objects;
+    std::map<Uuid, Pairs> _objects;
 };
 
 }  // namespace CfgAgent

@@ -3,6 +3,8 @@
 #include <cstdint>
 #include <string>
 
+#include "frame/vocabulary/Uuid.h"
+
 namespace CfgAgent {
 
 // One port the kernel reported and the agent keeps in step with it.
@@ -10,8 +12,8 @@ struct PortEntry {
     std::string switchId;  // the host switch
     std::string portId;    // DVPort or logical port id, as the kernel gave it
     std::string vifId;
-    std::string lspId;  // UUID text of the logical port; empty when unknown
-    std::string lsId;   // UUID text of the logical switch
+    Uuid lspId;  // the logical port; nil when unknown
+    Uuid lsId;   // the logical switch; nil when unknown
     bool outOfSync = false;
     uint8_t type = 0;  // KcpVifType
 

@@ -22,12 +22,18 @@ const PortEntry* PortList::FindByPort(const std::string& portId) const {
     return it == index.end() ? nullptr : &*it;
 }
 
-std::vector<PortEntry> PortList::OfSwitch(const std::string& lsId) const {
+std::vector<PortEntry> PortList::OfSwitch(const Uuid& lsId) const {
+    if (lsId.IsNil()) {
+        return {};  // ports whose switch is unknown belong to none
+    }
     auto [first, last] = _entries.get<BySwitch>().equal_range(lsId);
     return {first, last};
 }
 
-std::vector<PortEntry> PortList::OfLogicalPort(const std::string& lspId) const {
+std::vector<PortEntry> PortList::OfLogicalPort(const Uuid& lspId) const {
+    if (lspId.IsNil()) {
+        return {};
+    }
     auto [first, last] = _entries.get<ByLogicalPort>().equal_range(lspId);
     return {first, last};
 }

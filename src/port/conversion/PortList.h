@@ -20,8 +20,8 @@ public:
     bool Erase(const std::string& vifId);
     const PortEntry* FindByVif(const std::string& vifId) const;
     const PortEntry* FindByPort(const std::string& portId) const;
-    std::vector<PortEntry> OfSwitch(const std::string& lsId) const;
-    std::vector<PortEntry> OfLogicalPort(const std::string& lspId) const;
+    std::vector<PortEntry> OfSwitch(const Uuid& lsId) const;
+    std::vector<PortEntry> OfLogicalPort(const Uuid& lspId) const;
     // Changes one entry in place; false when the VIF is not listed.
     bool Modify(const std::string& vifId, const std::function<void(PortEntry&)>& change);
     void ForEach(const std::function<void(const PortEntry&)>& visit) const;
@@ -44,10 +44,10 @@ private:
                 boost::multi_index::member<PortEntry, std::string, &PortEntry::portId>>,
             boost::multi_index::ordered_non_unique<
                 boost::multi_index::tag<BySwitch>,
-                boost::multi_index::member<PortEntry, std::string, &PortEntry::lsId>>,
+                boost::multi_index::member<PortEntry, Uuid, &PortEntry::lsId>>,
             boost::multi_index::ordered_non_unique<
                 boost::multi_index::tag<ByLogicalPort>,
-                boost::multi_index::member<PortEntry, std::string, &PortEntry::lspId>>>>;
+                boost::multi_index::member<PortEntry, Uuid, &PortEntry::lspId>>>>;
 
     Entries _entries;
 };

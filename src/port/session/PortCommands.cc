@@ -37,11 +37,13 @@ bool StoredValue(IStateCacheConfigTable& table, uint32_t objectType, uint32_t pr
            message.ParseFromString(value);
 }
 
+std::string IdText(const Uuid& id) { return id.IsNil() ? std::string() : id.Text(); }
+
 void ExtraConfigRows(const ExtraConfigTable& table, const char* objectKey, CliJson& array) {
     for (const auto& [id, pairs] : table.All()) {
         for (const auto& [key, value] : pairs) {
             CliJson row = CliJson::Object();
-            row.Put(objectKey, id).Put("Key", key).Put("Value", value);
+            row.Put(objectKey, id.Text()).Put("Key", key).Put("Value", value);
             array.Add(std::move(row));
         }
     }
@@ -98,8 +100,8 @@ std::string PortCommands::LsPortList() const {
         for (const PortEntry& port : convertor.Ports()) {
             CliJson row = CliJson::Object();
             row.Put("PortID", port.portId)
-                .Put("LogicalSwitchID", port.lsId)
-                .Put("LogicalSwitchPortID", port.lspId)
+                .Put("LogicalSwitchID", IdText(port.lsId))
+                .Put("LogicalSwitchPortID", IdText(port.lspId))
                 .Put("HostSwitchID", port.switchId)
                 .Put("OutOfSync", std::string(port.outOfSync ? "true" : "false"));
             array.Add(std::move(row));
@@ -116,7 +118,7 @@ std::string PortCommands::PortStatus() const {
     std::map<std::string, std::string> hostSwitches;
     if (_configApp) {
         for (const PortEntry& port : _configApp->Convertor()->Ports()) {
-            hostSwitches[port.lspId] = port.switchId;
+            hostSwitches[IdText(port.lspId)] = port.switchId;
         }
     }
     for (const std::string& text : table.GetIdsOfType(LOG_SWITCH_PORT_CONFIG)) {

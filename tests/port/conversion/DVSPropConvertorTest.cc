@@ -149,7 +149,7 @@ TEST_F(DVSPropConvertorTest, APortGetsItsWholeSetOnConnectAndIsUnblockedWhenAllH
     EXPECT_EQ((_kernel.pushes[{"vif-1", KCP_OP_UPDATE}]), 1);
     std::lock_guard<std::recursive_mutex> guard(agentLock());
     ASSERT_EQ(_convertor->Ports().size(), 1u);
-    EXPECT_EQ(_convertor->Ports()[0].lsId, kSwitch);
+    EXPECT_EQ(_convertor->Ports()[0].lsId.Text(), kSwitch);
     EXPECT_TRUE(_convertor->Ports()[0].outOfSync) << "a new port is pushed again by the next tick";
 }
 
@@ -252,9 +252,9 @@ TEST_F(DVSPropConvertorTest, ExtraConfigsOfPortAndSwitchMeetOnThePortWithThePort
     Change(LOG_SWITCH_PORT_CONFIG, kPort, LSP_EXTRA_CONFIGS, {}, OP_DELETE);
     EXPECT_TRUE(_kernel.ports["vif-1"][243].empty());
     std::lock_guard<std::recursive_mutex> guard(agentLock());
-    EXPECT_EQ(_convertor->PortExtraConfigs().Of(kPort), nullptr);
-    ASSERT_NE(_convertor->SwitchExtraConfigs().Of(kSwitch), nullptr);
-    EXPECT_EQ(_convertor->SwitchExtraConfigs().Of(kSwitch)->at(edge), "again");
+    EXPECT_EQ(_convertor->PortExtraConfigs().Of(*Uuid::FromText(kPort)), nullptr);
+    ASSERT_NE(_convertor->SwitchExtraConfigs().Of(*Uuid::FromText(kSwitch)), nullptr);
+    EXPECT_EQ(_convertor->SwitchExtraConfigs().Of(*Uuid::FromText(kSwitch))->at(edge), "again");
 }
 
 TEST_F(DVSPropConvertorTest, FullSyncSendsTheHostSwitchesWithTheirForwardingModes) {

@@ -308,8 +308,7 @@ void StateCacheObserver::ProcessConfigRuntimeStateUpdate(const LoftDBUpdateList&
             Add(batch->requests, std::move(*request));
         }
     }
-    _loftdbClient.WriteRuntimeState(isFullSync, ILoftdbClient::RUNTIME_CONFIG,
-                                    std::move(batch->requests), {});
+    _loftdbClient.WriteRuntimeState(std::move(batch->requests), {});
     CFG_LOG(LL_DEBUG, "StateCacheObserver: write local config to LoftDB");
 }
 
@@ -335,8 +334,7 @@ void StateCacheObserver::ProcessL2RuntimeStateUpdate(const LoftDBUpdateList& lis
             record.objectType == ROUTING_DOMAIN_VTEP && IsGlobalRoutingDomain(record.objectId);
         Add(last ? global : batch->requests, std::move(*request));
     }
-    _loftdbClient.WriteRuntimeState(isFullSync, ILoftdbClient::RUNTIME_L2,
-                                    std::move(batch->requests), std::move(global));
+    _loftdbClient.WriteRuntimeState(std::move(batch->requests), std::move(global));
     CFG_LOG(LL_DEBUG, "StateCacheObserver: write local l2 to LoftDB");
 }
 

@@ -20,17 +20,11 @@ public:
     using ReadCallback =
         std::function<void(bool ok, const std::vector<halden::zef::loftdb::TypedObjectMsg>&)>;
 
-    enum RuntimeKind : uint32_t {
-        RUNTIME_CONFIG = 1,
-        RUNTIME_L2 = 2,
-    };
-
     // Queues the requests for the write loop; an empty list is dropped.
     virtual void Write(const std::vector<halden::zef::loftdb::ModifyRequestMsg>& list) = 0;
     // Runtime state of the tables: dropped on a smartnic host or a smartnic;
     // `last` is written behind `list`, in the same transaction.
-    virtual void WriteRuntimeState(bool isFullSync, RuntimeKind kind,
-                                   std::vector<halden::zef::loftdb::ModifyRequestMsg> list,
+    virtual void WriteRuntimeState(std::vector<halden::zef::loftdb::ModifyRequestMsg> list,
                                    std::vector<halden::zef::loftdb::ModifyRequestMsg> last) = 0;
     virtual void RegisterCradleVifMonitor() = 0;
     // Reads one object of `objectType` by its key, serialized as the type's key message.

@@ -379,9 +379,7 @@ void LoftdbClient::WriteProcessedBarrier(uint32_t verticalId, uint64_t barrierNu
     Write({request});
 }
 
-void LoftdbClient::WriteRuntimeState(bool /*isFullSync*/, RuntimeKind /*kind*/,
-                                     std::vector<ModifyRequestMsg> list,
-                                     std::vector<ModifyRequestMsg> last) {
+void LoftdbClient::WriteRuntimeState(std::vector<ModifyRequestMsg> list, std::vector<ModifyRequestMsg> last) {
     if (NodeType::Get() != NodeType::kOther) {
         return;
     }

@@ -54,8 +54,7 @@ public:
     void Stop();
 
     void Write(const std::vector<halden::zef::loftdb::ModifyRequestMsg>& list) override;
-    void WriteRuntimeState(bool isFullSync, RuntimeKind kind,
-                           std::vector<halden::zef::loftdb::ModifyRequestMsg> list,
+    void WriteRuntimeState(std::vector<halden::zef::loftdb::ModifyRequestMsg> list,
                            std::vector<halden::zef::loftdb::ModifyRequestMsg> last) override;
     void RegisterCradleVifMonitor() override;
     bool Echo(const std::string& text, EchoCallback done) override;

@@ -24,16 +24,13 @@ using google::protobuf::util::MessageDifferencer;
 class FakeLoftdbClient : public ILoftdbClient {
 public:
     struct Written {
-        bool isFullSync;
-        RuntimeKind kind;
         std::vector<ModifyRequestMsg> list;
         std::vector<ModifyRequestMsg> last;
     };
 
     void Write(const std::vector<ModifyRequestMsg>&) override {}
-    void WriteRuntimeState(bool isFullSync, RuntimeKind kind, std::vector<ModifyRequestMsg> list,
-                           std::vector<ModifyRequestMsg> last) override {
-        written.push_back({isFullSync, kind, std::move(list), std::move(last)});
+    void WriteRuntimeState(std::vector<ModifyRequestMsg> list, std::vector<ModifyRequestMsg> last) override {
+        written.push_back({std::move(list), std::move(last)});
     }
     void RegisterCradleVifMonitor() override {}
     bool Echo(const std::string&, EchoCallback) override { return false; }
@@ -205,8 +202,6 @@ TEST_F(StateCacheObserverTest, EachConfigRecordBecomesItsStoreOperation) {
         false);
 
     const auto& written = WrittenOnce();
-    EXPECT_FALSE(written.isFullSync);
-    EXPECT_EQ(written.kind, ILoftdbClient::RUNTIME_CONFIG);
     EXPECT_TRUE(written.last.empty());
     const auto& requests = written.list;
     ASSERT_EQ(requests.size(), 10u) << "the two odd HOTMOVE_STATUS records make nothing";
@@ -249,7 +244,6 @@ TEST_F(StateCacheObserverTest, EachConfigRecordBecomesItsStoreOperation) {
 TEST_F(StateCacheObserverTest, FullSyncFlushesBothTypesFirstEvenWithNothingElse) {
     observer->ProcessConfigRuntimeStateUpdate({}, true);
     const auto& written = WrittenOnce();
-    EXPECT_TRUE(written.isFullSync);
     ASSERT_EQ(written.list.size(), 2u);
     ExpectFlush(written.list[0], VIF_STATE);
     ExpectFlush(written.list[1], HOTMOVE_STATUS);
@@ -313,8 +307,9 @@ TEST_F(StateCacheObserverTest, RegisteredForVifAndHotmoveRuntimeUntilStopped) {
          Record(LOG_SWITCH_PORT_CONFIG, "port-1", OP_UPDATE)},
         true);
     const auto& written = WrittenOnce();
-    EXPECT_TRUE(written.isFullSync);
     ASSERT_EQ(written.list.size(), 4u);
+    ExpectFlush(written.list[0], VIF_STATE);
+    ExpectFlush(written.list[1], HOTMOVE_STATUS);
     EXPECT_TRUE(Only(written.list[2]).has_put());
     EXPECT_EQ(Only(written.list[3]).put().object().object_type(), HOTMOVE_STATUS);
 
@@ -342,7 +337,6 @@ TEST_F(StateCacheObserverTest, EachL2RecordBecomesItsStoreOperation) {
          Record(ROUTING_DOMAIN_VTEP, domain, OP_DELETE)},
         false);
     const auto& written = WrittenOnce();
-    EXPECT_EQ(written.kind, ILoftdbClient::RUNTIME_L2);
     const auto& requests = written.list;
     ASSERT_EQ(requests.size(), 8u);
 
@@ -373,7 +367,6 @@ TEST_F(StateCacheObserverTest, GlobalRoutingDomainLandsLastAndFullSyncFlushesL2T
          Record(ROUTING_DOMAIN_VTEP, Uuid(0, 9), OP_UPDATE)},
         true);
     const auto& written = WrittenOnce();
-    EXPECT_TRUE(written.isFullSync);
     ASSERT_EQ(written.list.size(), 4u);
     ExpectFlush(written.list[0], LOG_SWITCH_STATE);
     ExpectFlush(written.list[1], ROUTING_DOMAIN_VTEP);

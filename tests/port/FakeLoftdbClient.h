@@ -16,7 +16,7 @@ public:
         std::lock_guard<std::mutex> lock(_mutex);
         writes.push_back(list);
     }
-    void WriteRuntimeState(bool, RuntimeKind, std::vector<halden::zef::loftdb::ModifyRequestMsg> list,
+    void WriteRuntimeState(std::vector<halden::zef::loftdb::ModifyRequestMsg> list,
                            std::vector<halden::zef::loftdb::ModifyRequestMsg> last) override {
         list.insert(list.end(), last.begin(), last.end());
         Write(list);

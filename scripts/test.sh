@@ -19,6 +19,16 @@ ctest --test-dir build-test --output-on-failure -j "$jobs"
 if [ "${ZEF_SKIP_TSAN:-0}" != 1 ]; then
   cmake -S . -B build-tsan -G Ninja -DCMAKE_BUILD_TYPE=Debug -DZEF_SANITIZE_THREAD=ON -DZEF_WERROR=ON
   cmake --build build-tsan
-  export TSAN_OPTIONS=${TSAN_OPTIONS:-halt_on_error=1:second_deadlock_stack=1}
+  # Every process the tests start writes its reports here, so that a race in
+  # an agent or simulator the tests only kill is not lost with its output.
+  reports="$top/build-tsan/tsan-reports"
+  rm -rf "$reports"
+  mkdir -p "$reports"
+  export TSAN_OPTIONS="halt_on_error=1:second_deadlock_stack=1:log_path=$reports/report"
   ctest --test-dir build-tsan --output-on-failure -j "$jobs"
+  if compgen -G "$reports/report.*" >/dev/null; then
+    echo "ThreadSanitizer reports:" >&2
+    cat "$reports"/report.* >&2
+    exit 1
+  fi
 fi

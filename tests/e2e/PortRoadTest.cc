@@ -1,4 +1,5 @@
 #include <gtest/gtest.h>
+#include <signal.h>
 
 #include "PortRoad.h"
 #include "port/kcp/KcpNotificationCodec.h"
@@ -110,6 +111,24 @@ TEST_F(PortRoadTest, ARestartFlushesRuntimeStateAndLeavesNothingStale) {
     // Gone while no agent listened: only the flush at the next start removes it.
     Dpsim({"vif", kLink, "disconnect", "vif-goes"});
     StartAgent(AgentConfig());
+    ASSERT_TRUE(StoreHolds("VIF_STATE", [](const std::string& out) {
+        return Has(out, "vif-stays") && !Has(out, "vif-goes");
+    })) << last;
+}
+
+TEST_F(PortRoadTest, AVifGoneWhileTheStoreIsDownIsGoneFromItWhenItReturns) {
+    StartAll();
+    Dpsim({"vif", kLink, "connect", "vif-stays"});
+    Dpsim({"vif", kLink, "connect", "vif-goes"});
+    ASSERT_TRUE(StoreHolds("VIF_STATE", [](const std::string& out) {
+        return Has(out, "vif-stays") && Has(out, "vif-goes");
+    }));
+    StoreProcess().Signal(SIGKILL);
+    StoreProcess().Wait(10s);
+    ASSERT_TRUE(Agent().WaitForOutput("loftdb channel status turns to DOWN", kBound));
+    Dpsim({"vif", kLink, "disconnect", "vif-goes"});
+    ASSERT_TRUE(Agent().WaitForOutput("ConfigApp: delete VIF vif-goes", kBound));
+    StartStore();
     ASSERT_TRUE(StoreHolds("VIF_STATE", [](const std::string& out) {
         return Has(out, "vif-stays") && !Has(out, "vif-goes");
     })) << last;

@@ -238,21 +238,27 @@ TEST_F(StoreServiceTest, ClientReconnectsAfterServiceRestartAndGetsTheReplayAgai
     const uint16_t samePort = port;
     StopService();
     ASSERT_EQ(watcher.recorder.Channel(2), (std::vector<bool>{true, false}));
-    auto [ok, error] = ModifySync(watcher.client, {RequestOf({PutOf(kSwitch, Switch(2, 0, ""))})});
-    EXPECT_FALSE(ok) << "no channel, no transaction";
-    EXPECT_EQ(error, "store channel is down");
+    // Made while the store is away: held, and sent in order once it is back.
+    auto held = std::make_shared<std::promise<bool>>();
+    watcher.client.Modify({RequestOf({PutOf(kSwitch, Switch(2, 0, ""))})},
+                          [held](bool ok, const std::string&) { held->set_value(ok); });
+    watcher.client.Modify({RequestOf({PutOf(kSwitch, Switch(2, 5, ""))})}, nullptr);
 
     StartService(samePort);
     ASSERT_EQ(watcher.recorder.Channel(3), (std::vector<bool>{true, false, true}));
     auto replay = watcher.recorder.Next();
     ASSERT_TRUE(replay);
-    ASSERT_EQ(replay->size(), 1u);
+    ASSERT_EQ(replay->size(), 1u) << "the replay the monitors asked for comes before the held writes";
     EXPECT_EQ(Parsed<LogSwitchConfigMsg>((*replay)[0].object_body()).vni(), 10u);
-
-    ASSERT_TRUE(ModifySync(watcher.client, {RequestOf({PutOf(kSwitch, Switch(2, 20, ""))})}).first);
-    auto updates = watcher.recorder.Next();
-    ASSERT_TRUE(updates);
-    EXPECT_EQ(updates->size(), 1u);
+    auto future = held->get_future();
+    ASSERT_EQ(future.wait_for(kWait), std::future_status::ready);
+    EXPECT_TRUE(future.get());
+    for (uint32_t vni : {0u, 5u}) {
+        auto updates = watcher.recorder.Next();
+        ASSERT_TRUE(updates);
+        ASSERT_EQ(updates->size(), 1u);
+        EXPECT_EQ(Parsed<LogSwitchConfigMsg>((*updates)[0].object_body()).vni(), vni);
+    }
 }
 
 TEST_F(StoreServiceTest, ClientReconnectsWhenTheServiceClosesItsConnections) {
@@ -279,20 +285,25 @@ TEST_F(StoreServiceTest, ClientReconnectsWhenTheServiceClosesItsConnections) {
     EXPECT_EQ(objects.size(), 2u);
 }
 
-TEST_F(StoreServiceTest, ClientWithoutChannelFailsRequestsAtOnce) {
+TEST_F(StoreServiceTest, ClientWithoutChannelFailsReadsAtOnceAndHoldsWritesUntilItStops) {
     // Port 1: nothing listens there, whatever runs beside this test.
     LoftDbClient client("test-nowhere", "tcp://127.0.0.1:1");
     client.StartAsync();
     EXPECT_FALSE(client.IsConnected());
-    auto [ok, error] = ModifySync(client, {RequestOf({PutOf(kSwitch, Switch(1, 1, ""))})});
-    EXPECT_FALSE(ok);
-    EXPECT_EQ(error, "store channel is down");
+    auto written = std::make_shared<std::promise<std::string>>();
+    client.Modify({RequestOf({PutOf(kSwitch, Switch(1, 1, ""))})},
+                  [written](bool ok, const std::string& error) { written->set_value(ok ? "" : error); });
     EXPECT_FALSE(ReadSync(client, kSwitch, 0).first);
     auto echoed = std::make_shared<std::promise<bool>>();
     client.Echo(EchoMsg(), [echoed](bool ok, const EchoMsg&) { echoed->set_value(ok); });
     auto future = echoed->get_future();
     ASSERT_EQ(future.wait_for(kWait), std::future_status::ready);
     EXPECT_FALSE(future.get());
+    auto write = written->get_future();
+    EXPECT_EQ(write.wait_for(std::chrono::milliseconds(0)), std::future_status::timeout) << "held";
+    client.Stop();
+    ASSERT_EQ(write.wait_for(kWait), std::future_status::ready);
+    EXPECT_EQ(write.get(), "store channel is down");
 }
 
 TEST_F(StoreServiceTest, PatchSetsAndClearsFieldsAndEditsListsByKey) {

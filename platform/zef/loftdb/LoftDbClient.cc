@@ -9,6 +9,7 @@
 #include <boost/asio/post.hpp>
 #include <boost/asio/steady_timer.hpp>
 #include <condition_variable>
+#include <deque>
 
 #include "log/zef/Logger.h"
 #include "zef/LibraryLogLevels.h"
@@ -52,6 +53,10 @@ struct LoftDbClient::Impl {
     void OnMonitorEvent(const halden::zef::loftdb::MonitorEventMsg& event);
     // Sends a request; `done` gets the reply, or null if the channel goes first.
     void Request(StoreFrameMsg frame, std::function<void(const ReplyMsg*)> done);
+    // A write goes out now, or waits in order for the next connection.
+    void Write(StoreFrameMsg frame, std::function<void(const ReplyMsg*)> done);
+    void SendHeld();
+    void DropHeld();
     void SetChannel(bool up);
 
     LoftDbClient& owner;
@@ -70,6 +75,7 @@ struct LoftDbClient::Impl {
     std::shared_ptr<net::FramedSocket> socket;
     uint64_t nextRequest = 1;
     std::map<uint64_t, std::function<void(const ReplyMsg*)>> pending;
+    std::deque<std::pair<StoreFrameMsg, std::function<void(const ReplyMsg*)>>> held;
 
     // Registrations, from any thread.
     mutable std::mutex mutex;
@@ -151,6 +157,8 @@ void LoftDbClient::Impl::OnConnected(boost::asio::ip::tcp::socket raw) {
         }
         sentThrough = configured;
     }
+    // Behind the monitors: the store sees the replay asked for first.
+    SendHeld();
     SetChannel(true);
 }
 
@@ -242,6 +250,37 @@ void LoftDbClient::Impl::Request(StoreFrameMsg frame, std::function<void(const R
     socket->Send(frame.SerializeAsString());
 }
 
+void LoftDbClient::Impl::Write(StoreFrameMsg frame, std::function<void(const ReplyMsg*)> done) {
+    if (socket) {
+        Request(std::move(frame), std::move(done));
+    } else {
+        held.emplace_back(std::move(frame), std::move(done));
+    }
+}
+
+void LoftDbClient::Impl::SendHeld() {
+    if (!held.empty()) {
+        ZEF_LIB_LOG(library_log_level, LIB_LOG_INFO)
+            .s2comp("loftdb-client")
+            .put("sending %zu writes held while the store was away", held.size());
+    }
+    while (!held.empty() && socket) {
+        auto [frame, done] = std::move(held.front());
+        held.pop_front();
+        Request(std::move(frame), std::move(done));
+    }
+}
+
+void LoftDbClient::Impl::DropHeld() {
+    auto dropped = std::move(held);
+    held.clear();
+    for (auto& [frame, done] : dropped) {
+        if (done) {
+            done(nullptr);
+        }
+    }
+}
+
 LoftDbClient::LoftDbClient(std::string name, std::string endpoint)
     : _impl(std::make_unique<Impl>(*this, std::move(name), std::move(endpoint))) {}
 
@@ -316,7 +355,7 @@ void LoftDbClient::Modify(const std::vector<halden::zef::loftdb::ModifyRequestMs
         *frame.mutable_modify()->add_request() = request;
     }
     boost::asio::post(_impl->context, [impl = _impl.get(), frame, done = std::move(done)]() mutable {
-        impl->Request(std::move(frame), [done = std::move(done)](const ReplyMsg* reply) {
+        impl->Write(std::move(frame), [done = std::move(done)](const ReplyMsg* reply) {
             if (done) {
                 done(reply != nullptr && reply->ok(),
                      reply == nullptr ? "store channel is down" : reply->error());
@@ -381,6 +420,7 @@ void LoftDbClient::Stop() {
         if (impl->socket) {
             impl->socket->Close("client stopping");
         }
+        impl->DropHeld();
         impl->work.reset();
     });
     _impl->thread.join();

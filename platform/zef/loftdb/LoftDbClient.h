@@ -46,7 +46,9 @@ public:
     bool ConfigureMonitor(const std::vector<halden::zef::loftdb::MonitorStatementMsg>& add,
                           const std::vector<halden::zef::loftdb::MonitorStatementMsg>& remove,
                           int32_t clientId, uint32_t vdbId);
-    // One store transaction. Without a channel it fails at once.
+    // One store transaction. Without a channel it waits, in order with the
+    // other writes, for the next connection; `done` hears of it then, or
+    // with a failure when the client stops first.
     void Modify(const std::vector<halden::zef::loftdb::ModifyRequestMsg>& requests,
                 ModifyCallback done);
     void Read(const halden::zef::loftdb::ObjectRequestMsg& request, ReadCallback done,

@@ -78,11 +78,12 @@ void AppendQuoted(std::string& out, const char* key, const std::string& value) {
 
 void ApplySyslogMethod() {
     const char* method = std::getenv("ZEF_SYSLOG_METHOD");
-    if (method != nullptr && std::strcmp(method, "DEVLOG") != 0) {
+    // Unset, empty or "DEVLOG": the default path, nothing to check.
+    if (method != nullptr && *method != '\0' && std::strcmp(method, "DEVLOG") != 0) {
         char* end = nullptr;
         errno = 0;
         long port = std::strtol(method, &end, 10);
-        if (*method == '\0' || *end != '\0' || errno != 0 || port <= 0) {
+        if (*end != '\0' || errno != 0 || port <= 0) {
             syslog(LOG_ERR,
                    "Invalid UDP port provided in ZEF_SYSLOG_METHOD environment variable: %s. Using "
                    "default syslog UDP port",

@@ -82,7 +82,9 @@ TEST_F(AgentProcessTest, MalformedApplicationListEndsTheStart) {
     const std::string noApps = ConfigWithApps("");
     const std::string disabledWithoutConfig =
         ConfigWithApps("<apps><app><name>vxlan</name><enabled>false</enabled></app></apps>");
-    for (const std::string& xml : {noApps, disabledWithoutConfig}) {
+    const std::string portSessionWithoutLink =
+        ConfigWithApps("<apps><app><name>config</name><enabled>true</enabled><config/></app></apps>");
+    for (const std::string& xml : {noApps, disabledWithoutConfig, portSessionWithoutLink}) {
         auto agent = StartWithConfig(xml);
         ASSERT_EQ(agent->Wait(20s), 255) << agent->Stdout();
         EXPECT_NE(agent->Stdout().find("Failed to run zef-cfgagent"), std::string::npos);

@@ -325,6 +325,7 @@ TEST_F(StoreProcessTest, CtlExitCodesTellRefusalUsageAndUnreachableApart) {
         {{"put", "LOG_SWITCH_CONFIG", "{\"vni\":1}"}, "has no id"},
         {{"patch", "LOG_SWITCH_CONFIG", IdJson(5), "{\"vni\":\"SET\"}"}, "no LOG_SWITCH_CONFIG object to patch"},
         {{"patch", "LOG_SWITCH_CONFIG", IdJson(5), "{\"vni\":\"NO_SUCH_OP\"}"}, "bad JSON"},
+        {{"patch", "LOG_SWITCH_CONFIG", IdJson(5), "{\"vni\":99}"}, "means nothing: LogSwitchConfigOpMsg.vni: 99"},
         {{"get", "LOG_SWITCH_CONFIG", IdJson(5)}, "no such object"},
         {{"get", "LOG_SWITCH_CONFIG", "{}"}, "gives no id"},
         {{"apply", missing}, "cannot read"},

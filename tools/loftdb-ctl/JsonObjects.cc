@@ -44,7 +44,15 @@ std::unique_ptr<google::protobuf::Message> JsonObjects::OpBody(uint32_t type,
                                                                const std::string& json,
                                                                std::string& error) {
     auto op = NewOf(type, true, error);
-    return op ? FromJson(std::move(op), json, error) : nullptr;
+    op = op ? FromJson(std::move(op), json, error) : nullptr;
+    if (op) {
+        const std::string unknown = zef::loftdb::OpReflection::UnknownOperation(*op);
+        if (!unknown.empty()) {
+            error = "operation code that means nothing: " + unknown;
+            return nullptr;
+        }
+    }
+    return op;
 }
 
 std::string JsonObjects::Text(const google::protobuf::Message& message) {

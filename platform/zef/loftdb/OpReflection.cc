@@ -1,5 +1,7 @@
 #include "zef/loftdb/OpReflection.h"
 
+#include <google/protobuf/unknown_field_set.h>
+
 #include <google/protobuf/descriptor.h>
 #include <google/protobuf/text_format.h>
 
@@ -102,6 +104,36 @@ std::string OpReflection::ElementKey(const Message& object, const FieldDescripto
         }
     }
     return ElementBytes(object, field, index);
+}
+
+std::string OpReflection::UnknownOperation(const google::protobuf::Message& op) {
+    const google::protobuf::UnknownFieldSet& unknown = op.GetReflection()->GetUnknownFields(op);
+    if (!unknown.empty()) {
+        const google::protobuf::UnknownField& first = unknown.field(0);
+        const auto* field = op.GetDescriptor()->FindFieldByNumber(first.number());
+        const std::string name = field != nullptr ? field->name() : "field " + std::to_string(first.number());
+        const std::string code = first.type() == google::protobuf::UnknownField::TYPE_VARINT
+                                     ? std::to_string(first.varint())
+                                     : std::string("?");
+        return op.GetDescriptor()->name() + "." + name + ": " + code;
+    }
+    std::vector<const google::protobuf::FieldDescriptor*> fields;
+    op.GetReflection()->ListFields(op, &fields);
+    for (const auto* field : fields) {
+        if (field->cpp_type() != google::protobuf::FieldDescriptor::CPPTYPE_MESSAGE) {
+            continue;
+        }
+        const int count = field->is_repeated() ? op.GetReflection()->FieldSize(op, field) : 1;
+        for (int i = 0; i < count; ++i) {
+            const auto& inner = field->is_repeated() ? op.GetReflection()->GetRepeatedMessage(op, field, i)
+                                                     : op.GetReflection()->GetMessage(op, field);
+            std::string found = UnknownOperation(inner);
+            if (!found.empty()) {
+                return found;
+            }
+        }
+    }
+    return {};
 }
 
 }  // namespace zef::loftdb

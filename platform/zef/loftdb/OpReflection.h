@@ -29,6 +29,10 @@ public:
 
     static void SetSelf(google::protobuf::Message& op, int pbOpType);
     static int GetSelf(const google::protobuf::Message& op);
+    // What in a companion carries an operation code the schema does not
+    // know ("vni: 99"), anywhere in it; empty when nothing does. Such a code
+    // parses as an unknown field and would otherwise be ignored unseen.
+    static std::string UnknownOperation(const google::protobuf::Message& op);
 
     // A list element's key: its field 1 when it is a message that has one
     // set, else its whole serialized form.

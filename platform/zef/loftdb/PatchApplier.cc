@@ -60,7 +60,9 @@ bool ApplyElement(Message& stored, const Message& values, const FieldDescriptor*
         return true;
     }
     if (type != INSERT && type != APPEND && type != REMOVE && type != UPDATE) {
-        return true;
+        error = "operation " + std::to_string(type) + " means nothing for element " +
+                std::to_string(index) + " of " + field->name();
+        return false;
     }
     if (index >= values.GetReflection()->FieldSize(values, field)) {
         error = "no value for element " + std::to_string(index) + " of " + field->name();
@@ -84,6 +86,11 @@ bool ApplyElement(Message& stored, const Message& values, const FieldDescriptor*
 
 bool PatchApplier::Apply(Message& stored, const Message& values, const Message& op,
                          std::string& error) {
+    const std::string unknown = OpReflection::UnknownOperation(op);
+    if (!unknown.empty()) {
+        error = "operation code that means nothing: " + unknown;
+        return false;
+    }
     const auto* descriptor = stored.GetDescriptor();
     const auto* opDescriptor = op.GetDescriptor();
     for (int f = 0; f < descriptor->field_count(); ++f) {
@@ -101,6 +108,10 @@ bool PatchApplier::Apply(Message& stored, const Message& values, const Message& 
                 FieldCopy::Field(values, stored, field);
             } else if (type == halden::zef::loftdb::CLEAR) {
                 stored.GetReflection()->ClearField(&stored, field);
+            } else {
+                error = "operation " + std::to_string(type) + " means nothing for " + field->name() +
+                        ": a field takes SET or CLEAR";
+                return false;
             }
             continue;
         }

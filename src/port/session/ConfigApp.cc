@@ -88,8 +88,10 @@ ConfigApp::ConfigApp(zef::RefPtr<StateCacheConfigTable> configTable,
 ConfigApp::~ConfigApp() = default;
 
 bool ConfigApp::Init(const boost::property_tree::ptree& config) {
+    // Required: a missing path ends the start, before anything is made,
+    // rather than dialling nothing forever.
+    const std::string linkName = config.get<std::string>("taklink.path");
     _ipDiscovery->Init(config);
-    const std::string linkName = config.get<std::string>("taklink.path", "");
     _link = zef::RefPtr<DataplaneLink>(new DataplaneTaklink(
         linkName, [this](const unsigned char* message, int length) { OnData(message, length); },
         [this](DataplaneLink* link, DataplaneLink::LinkStatus status) { OnLinkStatus(link, status); },
@@ -498,7 +500,7 @@ void ConfigApp::DeliverVifBatch(LoftDBUpdateList batch, const std::vector<std::s
 
 void ConfigApp::OnHotmoveStatusTimer() {
     Lock guard(agentLock());
-    CFG_LOG(LL_DEBUG, "ConfigApp: Hotmove status timer call back");
+    CFG_LOG(LL_DEBUG, "ConfigApp: Hotmove status message timer call back");
     const auto now = std::chrono::system_clock::now();
     LoftDBUpdateList records;
     for (auto it = _hotmoveStatusList.begin(); it != _hotmoveStatusList.end();) {

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "StoreObjects.h"
+#include "zef/loftdb/OpReflection.h"
 
 namespace {
 
@@ -69,6 +70,27 @@ TEST(PatchApplierTest, AnOperationWithoutItsValueIsRefused) {
     std::string error;
     EXPECT_FALSE(PatchApplier::Apply(stored, values, op, error));
     EXPECT_NE(error.find("vteps"), std::string::npos);
+}
+
+// A code the schema does not know parses as an unknown field: refused, not
+// skipped, at any depth of the companion.
+TEST(PatchApplierTest, AnOperationCodeThatMeansNothingIsRefused) {
+    LogSwitchConfigMsg stored = zef::test::Switch(7, 5001, "web");
+    const LogSwitchConfigMsg before = stored;
+    LogSwitchConfigOpMsg op;
+    op.set_vni(SET);
+    op.GetReflection()->MutableUnknownFields(&op)->AddVarint(LogSwitchConfigMsg::kVlanFieldNumber, 99);
+    std::string error;
+    EXPECT_FALSE(PatchApplier::Apply(stored, zef::test::Switch(7, 6000, ""), op, error));
+    EXPECT_NE(error.find("vlan: 99"), std::string::npos) << error;
+    EXPECT_EQ(stored.SerializeAsString(), before.SerializeAsString());
+
+    LogSwitchFibMsg fib = zef::test::Fib(3);
+    LogSwitchFibOpMsg listOp;
+    auto* element = listOp.add_vteps();
+    element->GetReflection()->MutableUnknownFields(element)->AddVarint(zef::loftdb::OpReflection::kSelfField, 42);
+    EXPECT_FALSE(PatchApplier::Apply(fib, zef::test::Fib(3), listOp, error));
+    EXPECT_NE(error.find(": 42"), std::string::npos) << error;
 }
 
 }  // namespace

@@ -27,7 +27,7 @@ TEST(ShaPmClientTest, CollectsAtOnceAndBeatsUntilStopped) {
     client.Start();
     int context = 0;
     std::atomic<int> calls{0};
-    void* seen = nullptr;
+    std::atomic<void*> seen{nullptr};
     client.RegisterCombinedMessageMetricCollection(
         CfgAgent::ShaStatus::kCollectionName,
         [&](void* ctx) {
@@ -38,11 +38,14 @@ TEST(ShaPmClientTest, CollectsAtOnceAndBeatsUntilStopped) {
         &context, 20);
     client.StartMetricCollection();
     client.StartProcessHeartbeat(5, 30);
-    ASSERT_TRUE(WaitFor([&] { return calls.load() == 1 && client.HeartbeatCount() == 1; }));
-    EXPECT_EQ(seen, &context);
-    EXPECT_NE(client.LastCombinedMessage(CfgAgent::ShaStatus::kCollectionName)
-                  .find("cfgagent-loftdb-connection"),
-              std::string::npos);
+    // The message is kept after the callback returns: wait for what is asserted.
+    ASSERT_TRUE(WaitFor([&] {
+        return client.LastCombinedMessage(CfgAgent::ShaStatus::kCollectionName)
+                       .find("cfgagent-loftdb-connection") != std::string::npos &&
+               client.HeartbeatCount() >= 1;
+    }));
+    EXPECT_EQ(calls.load(), 1) << "collected at once, then every 20 seconds";
+    EXPECT_EQ(seen.load(), &context);
     client.StopProcessHeartbeat();
     client.StopMetricCollection();
     client.UnregisterMetricCollectionAll();

@@ -199,7 +199,7 @@ bool DVSPropConvertor::AddSwitchProperty(const PortEntry& port, const Uuid& ls,
     if (isDelete && (propertyType == LS_VNI || propertyType == LS_VLAN ||
                      propertyType == LS_VLAN_TRUNK)) {
         update.Add(port.vifId, propertyType == LS_VNI ? Values::Removal(Values::KEY_VNI)
-                                                      : Values::ClearedVlan());
+                                                      : RemainingVlan(ls, propertyType));
         if (!SwitchHasVniOrVlan(ls)) {
             CFG_LOG(LL_INFO, "Remove vlan or vni, block port [%1]", port.vifId);
             update.Add(port.vifId, Values::Block(true));
@@ -251,6 +251,19 @@ bool DVSPropConvertor::AddSwitchProperty(const PortEntry& port, const Uuid& ls,
         default:
             return false;
     }
+}
+
+// Key 102 after a plain VLAN or a trunk went away: the other one if the
+// switch still has it, else cleared.
+DPProperty DVSPropConvertor::RemainingVlan(const Uuid& ls, uint32_t removed) {
+    halden::zef::loftdb::LogSwitchConfigMsg config;
+    if (removed == LS_VLAN_TRUNK && StoredSwitch(_configTable, LS_VLAN, ls, config)) {
+        return PortPropertyValues::Vlan(static_cast<uint16_t>(config.vlan()));
+    }
+    if (removed == LS_VLAN && StoredSwitch(_configTable, LS_VLAN_TRUNK, ls, config)) {
+        return PortPropertyValues::Trunk(config.vlan_trunk());
+    }
+    return PortPropertyValues::ClearedVlan();
 }
 
 bool DVSPropConvertor::SwitchHasVniOrVlan(const Uuid& ls) {

@@ -144,6 +144,7 @@ private:
     bool AddSwitchProperty(const PortEntry& port, const Uuid& ls, uint32_t operation,
                            uint32_t propertyType, const std::string& value, DPUpdate& update);
     bool SwitchHasVniOrVlan(const Uuid& ls);
+    DPProperty RemainingVlan(const Uuid& ls, uint32_t removed);
     std::vector<PortEntry> PortsOfLogicalPort(const std::string& id) const;
 
     IStateCacheConfigTable& _configTable;

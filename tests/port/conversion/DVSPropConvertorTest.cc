@@ -194,6 +194,28 @@ TEST_F(DVSPropConvertorTest, OnlyRemovingTheLastOfVniVlanAndTrunkBlocks) {
     EXPECT_TRUE(_kernel.ports["vif-1"][1].empty());
 }
 
+TEST_F(DVSPropConvertorTest, RemovingATrunkLeavesThePlainVlanAndRemovingTheVlanLeavesTheTrunk) {
+    ConfigureUnblockedPort();
+    Store(LOG_SWITCH_CONFIG, kSwitch, LS_VLAN, SwitchValue([](auto& c) { c.set_vlan(0x0123); }));
+    Store(LOG_SWITCH_CONFIG, kSwitch, LS_VLAN_TRUNK, SwitchValue([](auto& c) {
+              auto* range = c.mutable_vlan_trunk()->add_ranges();
+              range->set_start(10);
+              range->set_end(19);
+          }));
+    Connect();
+    Change(LOG_SWITCH_CONFIG, kSwitch, LS_VLAN_TRUNK, {}, OP_DELETE);
+    EXPECT_EQ(_kernel.ports["vif-1"][102], (std::vector<uint8_t>{0, 0, 0x01, 0x23, 0, 0, 0, 0}));
+    Store(LOG_SWITCH_CONFIG, kSwitch, LS_VLAN_TRUNK, SwitchValue([](auto& c) {
+              auto* range = c.mutable_vlan_trunk()->add_ranges();
+              range->set_start(10);
+              range->set_end(19);
+          }));
+    Change(LOG_SWITCH_CONFIG, kSwitch, LS_VLAN, {}, OP_DELETE);
+    EXPECT_EQ(_kernel.ports["vif-1"][102],
+              (std::vector<uint8_t>{0, 1, 0, 0, 0, 0, 0, 1, 0, 10, 0, 19}));
+    EXPECT_EQ(_kernel.Text("vif-1", 101), "false");
+}
+
 TEST_F(DVSPropConvertorTest, TwoOutOfSyncMarksInOneTickMakeOneFullSyncPush) {
     ConfigureUnblockedPort();
     Connect();

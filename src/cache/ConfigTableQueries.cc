@@ -72,6 +72,16 @@ std::optional<std::string> ConfigTableQueries::LogicalPortByVif(const std::strin
     return std::nullopt;
 }
 
+std::optional<std::string> ConfigTableQueries::LogicalPortByDvPort(const std::string& dvportId) {
+    for (const auto& [port, value] :
+         Parsed<LogSwitchPortConfigMsg>(_table, LOG_SWITCH_PORT_CONFIG, LSP_ATTACHMENT)) {
+        if (value.attachment().has_dvport_id() && value.attachment().dvport_id() == dvportId) {
+            return port;
+        }
+    }
+    return std::nullopt;
+}
+
 std::set<std::string> ConfigTableQueries::VifIds() {
     std::set<std::string> ids;
     for (const auto& [port, value] :

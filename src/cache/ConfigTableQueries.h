@@ -24,6 +24,8 @@ public:
     std::vector<std::string> TransportZonesOfHostSwitch(const std::string& hostSwitchId);
     // The logical port attached to a VIF.
     std::optional<std::string> LogicalPortByVif(const std::string& vifId);
+    // The logical port whose attachment names that DVPort.
+    std::optional<std::string> LogicalPortByDvPort(const std::string& dvportId);
     // The attachment ids of all logical ports.
     std::set<std::string> VifIds();
     // The first logical port with that link attachment.

@@ -4,6 +4,7 @@
 #include <cctype>
 #include <mutex>
 
+#include "cache/ConfigTableQueries.h"
 #include "cache/IStateCacheConfigTable.h"
 #include "frame/AgentLock.h"
 #include "frame/IoContexts.h"
@@ -327,8 +328,8 @@ bool DVSPropConvertor::HandleLogicalPortAdminState(const std::string& id, uint32
     return added;
 }
 
-bool DVSPropConvertor::HandleLogicalPortAttachment(const std::string&, uint32_t operation, uint32_t,
-                                                   const std::string& value, DPUpdate&) {
+bool DVSPropConvertor::HandleLogicalPortAttachment(const std::string& id, uint32_t operation, uint32_t,
+                                                   const std::string& value, DPUpdate& update) {
     halden::zef::loftdb::LogSwitchPortConfigMsg config;
     if (operation == OP_DELETE || !config.ParseFromString(value)) {
         return false;
@@ -338,7 +339,34 @@ bool DVSPropConvertor::HandleLogicalPortAttachment(const std::string&, uint32_t 
     } else {
         CFG_LOG(LL_DEBUG, "No vif attachment, ignore other update");
     }
-    return false;
+    return TieDvPort(IdOf(id), config.attachment(), update);
+}
+
+// The attachment's VIF, connected under a DVPort, belongs to this logical
+// port from now on: it gets the port's whole set.
+bool DVSPropConvertor::TieDvPort(const Uuid& lsp, const halden::zef::loftdb::LogSwitchPortAttachmentMsg& attachment,
+                                 DPUpdate& update) {
+    const PortEntry* entry = attachment.has_id() ? _portList->FindByVif(attachment.id()) : nullptr;
+    if (entry == nullptr || !IsValidDVPortID(entry->portId) || !attachment.has_dvport_id()) {
+        return false;
+    }
+    PortEntry port = *entry;
+    CFG_LOG(LL_INFO, "Update DVPortID %1 for LSP %2", attachment.dvport_id(), lsp.Text());
+    if (attachment.dvport_id() != port.portId) {
+        CFG_LOG(LL_ERROR, "Mis-match for dvport ID %1 to %2", port.portId, attachment.dvport_id());
+        port.portId = attachment.dvport_id();
+    }
+    port.lspId = lsp;
+    halden::zef::loftdb::LogSwitchPortConfigMsg stored;
+    if (StoredPort(_configTable, LSP_SWITCH_ID, lsp, stored) && stored.has_switch_id()) {
+        port.lsId = Uuid::FromMsg(stored.switch_id());
+    }
+    if (port == *entry) {
+        return false;
+    }
+    _portList->Erase(port.vifId);
+    _portList->Insert(port);
+    return BuildPortProperties(port, update);
 }
 
 bool DVSPropConvertor::HandleMacManagement(const std::string& id, uint32_t operation,
@@ -832,13 +860,27 @@ bool DVSPropConvertor::IsValidPortId(const std::string& portId) const {
     return false;
 }
 
+// A UUID names its logical port; a DVPort finds it through the attachment
+// that names the DVPort. Nil when neither says.
+Uuid DVSPropConvertor::LogicalPortOf(const std::string& portId) const {
+    if (std::optional<Uuid> lsp = Uuid::FromText(portId)) {
+        return *lsp;
+    }
+    if (!IsValidDVPortID(portId)) {
+        CFG_LOG(LL_INFO, "Add unknown port %1 to switch port list", portId);
+        return {};
+    }
+    const std::optional<std::string> lsp = ConfigTableQueries(_configTable).LogicalPortByDvPort(portId);
+    return lsp ? IdOf(*lsp) : Uuid{};
+}
+
 PortEntry DVSPropConvertor::CreatePortEntry(const VifInfo& vif) const {
     PortEntry entry;
     entry.switchId = vif.switchId;
     entry.portId = vif.portId;
     entry.vifId = vif.vifId;
     entry.type = vif.type;
-    entry.lspId = Uuid::FromText(vif.portId).value_or(Uuid{});
+    entry.lspId = LogicalPortOf(vif.portId);
     halden::zef::loftdb::LogSwitchPortConfigMsg port;
     if (StoredPort(_configTable, LSP_SWITCH_ID, entry.lspId, port) && port.has_switch_id()) {
         entry.lsId = Uuid::FromMsg(port.switch_id());

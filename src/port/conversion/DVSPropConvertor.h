@@ -16,6 +16,10 @@
 #include "zef/RefCounted.h"
 #include "zef/RefPtr.h"
 
+namespace halden::zef::loftdb {
+class LogSwitchPortAttachmentMsg;
+}
+
 namespace CfgAgent {
 
 class IConfigApp;
@@ -145,6 +149,9 @@ private:
                            uint32_t propertyType, const std::string& value, DPUpdate& update);
     bool SwitchHasVniOrVlan(const Uuid& ls);
     DPProperty RemainingVlan(const Uuid& ls, uint32_t removed);
+    Uuid LogicalPortOf(const std::string& portId) const;
+    bool TieDvPort(const Uuid& lsp, const halden::zef::loftdb::LogSwitchPortAttachmentMsg& attachment,
+                   DPUpdate& update);
     std::vector<PortEntry> PortsOfLogicalPort(const std::string& id) const;
 
     IStateCacheConfigTable& _configTable;

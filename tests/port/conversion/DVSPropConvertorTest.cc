@@ -30,6 +30,7 @@ namespace lb = halden::zef::loftdb;
 
 constexpr const char* kSwitch = "11111111-0000-4000-8000-000000000001";
 constexpr const char* kPort = "22222222-0000-4000-8000-000000000002";
+constexpr const char* kOtherPort = "22222222-0000-4000-8000-000000000003";
 
 std::string Id(const char* text) {
     lb::UuidMsg uuid;
@@ -214,6 +215,34 @@ TEST_F(DVSPropConvertorTest, RemovingATrunkLeavesThePlainVlanAndRemovingTheVlanL
     EXPECT_EQ(_kernel.ports["vif-1"][102],
               (std::vector<uint8_t>{0, 1, 0, 0, 0, 0, 0, 1, 0, 10, 0, 19}));
     EXPECT_EQ(_kernel.Text("vif-1", 101), "false");
+}
+
+// A VIF that the kernel reports under a DVPort number reaches its logical
+// port through the attachment naming the DVPort, whichever comes first.
+TEST_F(DVSPropConvertorTest, AVifOnADvPortGetsTheSetOfTheLogicalPortAttachedToIt) {
+    ConfigureUnblockedPort();
+    Store(LOG_SWITCH_PORT_CONFIG, kPort, LSP_ATTACHMENT, PortValue([](auto& c) {
+              c.mutable_attachment()->set_id("vif-1");
+              c.mutable_attachment()->set_dvport_id("1234");
+          }));
+    Connect("vif-1", "1234");
+    EXPECT_EQ(_kernel.Text("vif-1", 101), "false");
+    EXPECT_FALSE(_kernel.ports["vif-1"][1].empty()) << "the switch's VNI";
+    ASSERT_EQ(_convertor->Ports().size(), 1u);
+    EXPECT_EQ(_convertor->Ports()[0].lspId.Text(), kPort);
+
+    Connect("vif-2", "77");
+    EXPECT_TRUE(_kernel.ports["vif-2"].empty()) << "no logical port names DVPort 77 yet";
+    Change(LOG_SWITCH_PORT_CONFIG, kOtherPort, LSP_SWITCH_ID,
+           PortValue([](auto& c) { EXPECT_TRUE(UuidFromString(kSwitch, *c.mutable_switch_id())); }));
+    Change(LOG_SWITCH_PORT_CONFIG, kOtherPort, LSP_ADMIN_STATE_UP,
+           PortValue([](auto& c) { c.set_admin_state_up(true); }));
+    Change(LOG_SWITCH_PORT_CONFIG, kOtherPort, LSP_ATTACHMENT, PortValue([](auto& c) {
+               c.mutable_attachment()->set_id("vif-2");
+               c.mutable_attachment()->set_dvport_id("77");
+           }));
+    EXPECT_EQ(_kernel.Text("vif-2", 101), "false");
+    EXPECT_FALSE(_kernel.ports["vif-2"][1].empty());
 }
 
 TEST_F(DVSPropConvertorTest, TwoOutOfSyncMarksInOneTickMakeOneFullSyncPush) {

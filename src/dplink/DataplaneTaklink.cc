@@ -29,6 +29,9 @@ using zef::taklink::TaklinkSocket;
 
 constexpr const char* kFamilyLabel = "AF_TAKLINK";
 constexpr int kPollTimeoutMs = 1000;
+// The kernel hands over whole messages: a rest that does not follow within
+// this is a stray or cut message, and only a new connection frames again.
+constexpr int kRestTimeoutMs = 5000;
 constexpr auto kIdle = std::chrono::seconds(5);
 constexpr size_t kHeadLength = 4;
 
@@ -279,6 +282,18 @@ bool DataplaneTaklink::readFull(int fd, unsigned char* data, size_t length, bool
                                 ssize_t& result) {
     size_t done = 0;
     while (done < length) {
+        short revents = 0;
+        const int polled = TaklinkSocket::Poll(fd, POLLIN, kRestTimeoutMs, revents);
+        if (polled < 0 && retryOnSignal && errno == EINTR) {
+            continue;
+        }
+        if (polled == 0) {
+            CFG_LOG(LL_ERROR, "taklink %1: %2 of %3 bytes came, the rest not within %4 ms", _name, done,
+                    length, kRestTimeoutMs);
+            errno = ETIMEDOUT;
+            result = -1;
+            return false;
+        }
         const ssize_t got = TaklinkSocket::Recv(fd, data + done, length - done, 0);
         if (got < 1) {
             if (got < 0 && retryOnSignal && errno == EINTR) {

@@ -230,6 +230,25 @@ TEST_F(DataplaneLinkTest, MessageSentInTwoPiecesArrivesWhole) {
     EXPECT_EQ(_recorder->Statuses(), Statuses{UP});
 }
 
+TEST_F(DataplaneLinkTest, AMessageCutShortTakesTheLinkDownAndTheNextConnectionFramesAgain) {
+    LinkTestPeer peer(EndpointPath("cut_taklink"));
+    ASSERT_TRUE(peer.Listening());
+    zef::RefPtr<DataplaneLink> link = MakeLink("cut_taklink", _recorder);
+    ASSERT_TRUE(link->open());
+    ASSERT_TRUE(peer.WaitForAccepts(1, kBound));
+
+    // The head claims 300 bytes; 8 follow, then nothing.
+    const Message cut = Framed(300, 5);
+    ASSERT_TRUE(peer.Send(cut.data(), 12));
+    ASSERT_TRUE(_recorder->WaitForStatuses(3)) << "down, then up again on the reopen timer";
+    ASSERT_TRUE(peer.WaitForAccepts(2, kBound));
+    const Message whole = Framed(16, 6);
+    ASSERT_TRUE(peer.Send(whole));
+    ASSERT_TRUE(_recorder->WaitForMessages(1));
+    EXPECT_EQ(_recorder->Messages(), std::vector<Message>{whole});
+    EXPECT_EQ(_recorder->Statuses(), (Statuses{UP, DOWN, UP}));
+}
+
 TEST_F(DataplaneLinkTest, LengthShorterThanTheHeaderTakesTheLinkDown) {
     LinkTestPeer peer(EndpointPath("trace_taklink"));
     ASSERT_TRUE(peer.Listening());

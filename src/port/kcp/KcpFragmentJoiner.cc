@@ -1,5 +1,6 @@
 #include "port/kcp/KcpFragmentJoiner.h"
 
+#include <algorithm>
 #include <optional>
 #include <span>
 
@@ -17,7 +18,7 @@ constexpr size_t kDataTlv = KcpMessage::kUpdateDataOffset;
 constexpr size_t kRecord = kDataTlv + Tlv::kHeaderSize + 1;
 constexpr size_t kRecordLength = kRecord + 211;
 
-std::optional<Tlv> FirstProperty(const KcpFragmentJoiner::Message& part) {
+std::optional<Tlv> FirstProperty(std::span<const uint8_t> part) {
     if (part.size() < KcpFragmentJoiner::kHeadSize) {
         return std::nullopt;
     }
@@ -25,6 +26,16 @@ std::optional<Tlv> FirstProperty(const KcpFragmentJoiner::Message& part) {
 }
 
 }  // namespace
+
+bool KcpFragmentJoiner::CanBePart(std::span<const uint8_t> message) {
+    return FirstProperty(message).has_value();
+}
+
+bool KcpFragmentJoiner::SameRecord(std::span<const uint8_t> part, std::span<const uint8_t> other) {
+    // The record head up to its length field; the length differs with the slice.
+    return part.size() >= kRecordLength && other.size() >= kRecordLength &&
+           std::equal(part.begin() + kRecord, part.begin() + kRecordLength, other.begin() + kRecord);
+}
 
 KcpFragmentJoiner::Message KcpFragmentJoiner::Join(const std::vector<Message>& parts) {
     if (parts.empty()) {

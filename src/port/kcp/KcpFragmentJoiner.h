@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <span>
 #include <vector>
 
 namespace CfgAgent {
@@ -22,6 +23,11 @@ public:
     // Empty when the parts cannot be joined: a part too short to hold its
     // head and a property, or a total above kMaxJoined.
     static Message Join(const std::vector<Message>& parts);
+    // Whether a message can be a part at all: its head and one property.
+    static bool CanBePart(std::span<const uint8_t> message);
+    // Whether two parts repeat the same VIF record head, as the parts of one
+    // split message do.
+    static bool SameRecord(std::span<const uint8_t> part, std::span<const uint8_t> other);
 };
 
 }  // namespace CfgAgent

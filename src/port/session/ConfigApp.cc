@@ -343,7 +343,22 @@ void ConfigApp::HandleUpdate(std::span<const uint8_t> message) {
     if (_sessionState < SESSION_ACKED) {
         return;
     }
+    // A stray part neither starts a sequence nor swallows the real message
+    // that follows it.
+    const bool part = KcpFragmentJoiner::CanBePart(message);
+    const bool continues = part && (_fragmentList.empty() ||
+                                    KcpFragmentJoiner::SameRecord(_fragmentList.front(), message));
+    if (!_fragmentList.empty() && !continues) {
+        CFG_LOG(LL_ERROR, "ConfigApp: dropped %1 split parts that no last part of theirs ended",
+                _fragmentList.size());
+        _fragmentList.clear();
+    }
     if (KcpMessage::More(message)) {
+        if (!part) {
+            CFG_LOG(LL_ERROR, "ConfigApp: refused a split part of %1 bytes without a VIF record and property",
+                    message.size());
+            return;
+        }
         _fragmentList.emplace_back(message.begin(), message.end());
         return;
     }
@@ -353,8 +368,13 @@ void ConfigApp::HandleUpdate(std::span<const uint8_t> message) {
     }
     _fragmentList.emplace_back(message.begin(), message.end());
     const std::vector<uint8_t> joined = KcpFragmentJoiner::Join(_fragmentList);
+    if (joined.empty()) {
+        CFG_LOG(LL_ERROR, "ConfigApp: could not join %1 split parts", _fragmentList.size());
+    }
     _fragmentList.clear();
-    HandleUpdateData(joined);
+    if (!joined.empty()) {
+        HandleUpdateData(joined);
+    }
 }
 
 void ConfigApp::HandleUpdateData(std::span<const uint8_t> message) {

@@ -353,6 +353,26 @@ TEST_F(ConfigAppTest, SplitUpdateArrivesAsOneProperty) {
     EXPECT_EQ(macs.macs(2).mac(), 0x020000000003ULL);
 }
 
+TEST_F(ConfigAppTest, AStrayPartNeitherStartsASequenceNorSwallowsARealUpdate) {
+    Handshake({});
+    // An Update of six bytes whose flag carries the more bit.
+    Send(Message{0x00, 0x02, 0x00, 0x06, 0xb2, 0x36});
+    Send(VifMessage(KCP_OP_UPDATE, {Vif("after-stray")}));
+    std::optional<RuntimeRecorder::Batch> batch = _runtime.Wait(1);
+    ASSERT_TRUE(batch);
+    EXPECT_NE(Find(batch->list, VIF_STATE, "after-stray", INVALID_PROPERTY, OP_UPDATE), nullptr);
+
+    // A part of another VIF that no last part ends does not take the next one in.
+    KcpVifRecord orphan = Vif("orphan", std::nullopt);
+    orphan.macs = {{2, 0, 0, 0, 0, 9}};
+    Send(VifMessage(KCP_OP_UPDATE, {orphan}, true));
+    Send(VifMessage(KCP_OP_UPDATE, {Vif("next")}));
+    batch = _runtime.Wait(2);
+    ASSERT_TRUE(batch);
+    EXPECT_NE(Find(batch->list, VIF_STATE, "next", INVALID_PROPERTY, OP_UPDATE), nullptr);
+    EXPECT_EQ(Find(batch->list, VIF_STATE, "orphan", VIF_MAC, OP_UPDATE), nullptr);
+}
+
 TEST_F(ConfigAppTest, CradleAndContainerRecordsWithoutBindingsLeaveNoRuntimeState) {
     KcpVifRecord container = Vif("container-1");
     container.vifType = KCP_VIF_CONTAINER;

@@ -1,5 +1,6 @@
 // The real loftdb and loftdb-ctl binaries: durability across kill -9, torn
-// journals, the command line round trips, watch output and exit codes.
+// and damaged journals, compaction, the command line round trips, watch
+// output and exit codes.
 
 #include <arpa/inet.h>
 #include <gtest/gtest.h>
@@ -15,7 +16,9 @@
 #include <sstream>
 #include <thread>
 
+#include "JournalRecord.h"
 #include "e2e/ChildProcess.h"
+#include "loftdb_store.pb.h"
 
 namespace {
 
@@ -58,6 +61,20 @@ std::set<std::string> LineSet(const std::string& text) {
     return {lines.begin(), lines.end()};
 }
 
+std::string Contents(const std::string& path) {
+    std::ifstream in(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+}
+
+// A journal record the store cannot replay: a put of an object without id.
+std::string UnreplayableRecord() {
+    halden::zef::loftdb::ModifyBatchMsg batch;
+    auto* put = batch.add_request()->add_modify()->mutable_put();
+    put->mutable_object()->set_object_type(1);
+    put->mutable_object()->set_body("");
+    return loftdb::JournalRecord::Encode(batch.SerializeAsString());
+}
+
 class StoreProcessTest : public ::testing::Test {
 protected:
     std::string NewDir() {
@@ -68,8 +85,10 @@ protected:
 
     // A store on a free port; its endpoint becomes the one loftdb-ctl uses.
     // With `fdLimit` the store starts under that many file descriptors.
-    std::unique_ptr<ChildProcess> StartStore(const std::string& dataDir, int fdLimit = 0) {
+    std::unique_ptr<ChildProcess> StartStore(const std::string& dataDir, int fdLimit = 0,
+                                             const std::vector<std::string>& options = {}) {
         std::vector<std::string> args{"--listen", "tcp://127.0.0.1:0"};
+        args.insert(args.end(), options.begin(), options.end());
         if (!dataDir.empty()) {
             args.insert(args.end(), {"--data-dir", dataDir});
         }
@@ -202,6 +221,77 @@ TEST_F(StoreProcessTest, TornJournalTailIsCutAndLaterWritesSurvive) {
         EXPECT_EQ(All("LOG_SWITCH_CONFIG"),
                   (std::set<std::string>{SwitchJson(1, 1), SwitchJson(2, 2)}));
     }
+}
+
+TEST_F(StoreProcessTest, DamagedJournalRefusesToStartUntilRecoveredToWhatPrecedesTheDamage) {
+    const std::vector<std::string> damages = {"a flipped byte", "a record that does not replay"};
+    for (const std::string& damage : damages) {
+        SCOPED_TRACE(damage);
+        const std::string data = NewDir();
+        const std::string journal = data + "/journal";
+        auto store = StartStore(data);
+        for (int id = 1; id <= 3; ++id) {
+            ExpectOk({"put", "LOG_SWITCH_CONFIG", SwitchJson(id, id)});
+        }
+        Kill(store);
+        std::string bytes = Contents(journal);
+        const size_t second = loftdb::JournalRecord::kHeader + loftdb::JournalRecord::Decode(bytes, 0)->size();
+        if (damage == "a flipped byte") {
+            bytes[second + loftdb::JournalRecord::kHeader + 2] ^= 0x40;
+        } else {
+            bytes.insert(second, UnreplayableRecord());
+        }
+        std::ofstream(journal, std::ios::binary | std::ios::trunc) << bytes;
+
+        ChildProcess refused(kStore, {"--listen", "tcp://127.0.0.1:0", "--data-dir", data}, {}, NewDir());
+        EXPECT_EQ(refused.Wait(kLimit), 1);
+        const std::string said = refused.Stdout();
+        EXPECT_NE(said.find(journal + ": the record at offset " + std::to_string(second)), std::string::npos)
+            << said;
+        EXPECT_NE(said.find("--recover-journal"), std::string::npos) << said;
+        EXPECT_EQ(Contents(journal), bytes) << "a refusal changes nothing";
+
+        store = StartStore(data, 0, {"--recover-journal"});
+        EXPECT_NE(store->Stdout().find("kept as " + journal + ".damaged.1"), std::string::npos)
+            << store->Stdout();
+        EXPECT_EQ(Contents(journal + ".damaged.1"), bytes);
+        EXPECT_EQ(All("LOG_SWITCH_CONFIG"), std::set<std::string>{SwitchJson(1, 1)});
+        ExpectOk({"put", "LOG_SWITCH_CONFIG", SwitchJson(4, 4)});
+        Kill(store);
+
+        store = StartStore(data);
+        EXPECT_EQ(All("LOG_SWITCH_CONFIG"), (std::set<std::string>{SwitchJson(1, 1), SwitchJson(4, 4)}));
+        Kill(store);
+    }
+}
+
+TEST_F(StoreProcessTest, JournalCompactedWhileRunningIsReadBackAfterKill) {
+    const std::string data = root.Path() + "/data";
+    auto store = StartStore(data, 0, {"--journal-limit", "1K"});
+    std::set<std::string> expected;
+    for (int round = 0; round < 8; ++round) {
+        std::string modify;
+        for (int id = round * 8 + 1; id <= round * 8 + 8; ++id) {
+            modify += "{\"put\":{\"type\":\"LOG_SWITCH_CONFIG\",\"object\":" + SwitchJson(id, id) + "}},";
+            expected.insert(SwitchJson(id, id));
+        }
+        modify += "{\"delete\":{\"type\":\"LOG_SWITCH_CONFIG\",\"object\":" + IdJson(round * 8 + 1) + "}}";
+        expected.erase(SwitchJson(round * 8 + 1, round * 8 + 1));
+        ExpectOk({"apply", root.Write("round.json", "{\"modify\":[" + modify + "]}")});
+    }
+    EXPECT_TRUE(store->WaitForOutput("compacted the journal", kLimit)) << store->Stdout();
+    Kill(store);
+    const std::string bytes = Contents(data + "/journal");
+    size_t records = 0;
+    size_t at = 0;
+    while (auto payload = loftdb::JournalRecord::Decode(bytes, at)) {
+        at += loftdb::JournalRecord::kHeader + payload->size();
+        ++records;
+    }
+    EXPECT_LT(records, 8u) << "fewer records than transactions";
+
+    store = StartStore(data);
+    EXPECT_EQ(All("LOG_SWITCH_CONFIG"), expected);
 }
 
 TEST_F(StoreProcessTest, PatchClearingTheKeyDoesNotLoseTheStoreOnRestart) {
@@ -421,9 +511,12 @@ TEST_F(StoreProcessTest, StoreAcceptsAgainAfterRunningOutOfDescriptors) {
 }
 
 TEST_F(StoreProcessTest, StoreRefusesBadArgumentsAndATakenPortAndStopsOnSigterm) {
-    ChildProcess bad(kStore, {"--bogus"}, {}, NewDir());
-    EXPECT_EQ(bad.Wait(kLimit), 2);
-    EXPECT_NE(bad.Stderr().find("Usage: "), std::string::npos) << bad.Stderr();
+    for (const auto& args : std::vector<std::vector<std::string>>{
+             {"--bogus"}, {"--journal-limit", "0"}, {"--journal-limit", "12X"}, {"--data-dir"}}) {
+        ChildProcess bad(kStore, args, {}, NewDir());
+        EXPECT_EQ(bad.Wait(kLimit), 2) << args[0];
+        EXPECT_NE(bad.Stderr().find("Usage: "), std::string::npos) << bad.Stderr();
+    }
 
     auto store = StartStore("");
     ExpectOk({"put", "LOG_SWITCH_CONFIG", SwitchJson(1, 1)});

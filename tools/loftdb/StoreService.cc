@@ -2,6 +2,7 @@
 
 #include <google/protobuf/message.h>
 
+#include <algorithm>
 #include <set>
 #include <tuple>
 
@@ -9,6 +10,7 @@
 #include "StoreSession.h"
 #include "log/zef/Logger.h"
 #include "zef/LibraryLogLevels.h"
+#include "zef/loftdb/ObjectTypeTable.h"
 #include "zef/loftdb/ObjectTypes.h"
 #include "zef/loftdb/UpdateBuilder.h"
 #include "zef/net/FramedSocket.h"
@@ -34,10 +36,36 @@ std::unique_ptr<google::protobuf::Message> Parse(uint32_t type,
     return object;
 }
 
+// One batch that puts every live object, replayable into an empty store.
+halden::zef::loftdb::ModifyBatchMsg Snapshot(const ObjectStore& store) {
+    halden::zef::loftdb::ModifyBatchMsg snapshot;
+    auto* request = snapshot.add_request();
+    for (const auto& info : zef::loftdb::kObjectTypes) {
+        for (uint32_t vdb : store.Vdbs()) {
+            for (auto& [key, body] : store.All(vdb, info.code)) {
+                auto* put = request->add_modify()->mutable_put();
+                put->mutable_object()->set_object_type(info.code);
+                put->mutable_object()->set_body(body);
+                if (vdb != 0) {
+                    put->add_vdb_id(vdb);
+                }
+            }
+        }
+    }
+    return snapshot;
+}
+
 }  // namespace
 
-StoreService::StoreService(boost::asio::io_context& context, ObjectStore& store, Journal* journal)
-    : _context(context), _acceptor(context), _acceptRetry(context), _store(store), _journal(journal) {}
+StoreService::StoreService(boost::asio::io_context& context, ObjectStore& store, Journal* journal,
+                           uint64_t journalLimit)
+    : _context(context),
+      _acceptor(context),
+      _acceptRetry(context),
+      _store(store),
+      _journal(journal),
+      _journalLimit(journalLimit),
+      _compactAt(journalLimit) {}
 
 uint16_t StoreService::Listen(const std::string& endpoint, std::string& error) {
     auto parsed = zef::rpc::Endpoint::Parse(endpoint);
@@ -168,14 +196,40 @@ bool StoreService::Apply(const halden::zef::loftdb::ModifyBatchMsg& batch, bool 
     if (!Transaction::Build(batch, _store, changes, error)) {
         return false;
     }
-    if (!replaying && _journal != nullptr && !_journal->Append(batch.SerializeAsString())) {
-        error = "journal write failed";
+    const bool journaled = !replaying && _journal != nullptr;
+    if (journaled && !_journal->Append(batch.SerializeAsString(), error)) {
         return false;
     }
     Transaction::Commit(changes, _store);
     ++_transactions;
     Publish(changes);
+    if (journaled) {
+        CompactIfDue();
+    }
     return true;
+}
+
+bool StoreService::Compact(std::string& error) {
+    const bool ok = _journal->Rewrite(Snapshot(_store).SerializeAsString(), error);
+    // The journal grows as much again before the next try, so that a store
+    // larger than the limit, or a failing disk, is not rewritten every time.
+    _compactAt = std::max(_journalLimit, 2 * _journal->Bytes());
+    return ok;
+}
+
+void StoreService::CompactIfDue() {
+    if (_journal->Bytes() <= _compactAt) {
+        return;
+    }
+    const uint64_t before = _journal->Bytes();
+    std::string error;
+    if (!Compact(error)) {
+        STORE_LOG(zef::LIB_LOG_ERROR).put("journal compaction failed: %s", error.c_str());
+        return;
+    }
+    STORE_LOG(zef::LIB_LOG_INFO)
+        .put("compacted the journal from %lu to %lu bytes", static_cast<unsigned long>(before),
+             static_cast<unsigned long>(_journal->Bytes()));
 }
 
 void StoreService::Configure(StoreSession& session,

@@ -23,9 +23,12 @@ class StoreSession;
 class StoreService {
 public:
     static constexpr uint32_t kMaxFrame = 64u << 20;
+    static constexpr uint64_t kDefaultJournalLimit = 64u << 20;
 
-    // `journal` may be null: the store then lives in memory only.
-    StoreService(boost::asio::io_context& context, ObjectStore& store, Journal* journal);
+    // `journal` may be null: the store then lives in memory only. Past
+    // `journalLimit` bytes the journal is compacted into a snapshot.
+    StoreService(boost::asio::io_context& context, ObjectStore& store, Journal* journal,
+                 uint64_t journalLimit = kDefaultJournalLimit);
 
     // The bound port, or 0 when the endpoint could not be bound.
     uint16_t Listen(const std::string& endpoint, std::string& error);
@@ -35,6 +38,8 @@ public:
     // `replaying` the journal itself), committed, then published.
     bool Apply(const halden::zef::loftdb::ModifyBatchMsg& batch, bool replaying, std::string& error);
     uint64_t Transactions() const { return _transactions; }
+    // Rewrites the journal as one snapshot of the live objects.
+    bool Compact(std::string& error);
 
 private:
     void Accept();
@@ -43,12 +48,15 @@ private:
     void Configure(StoreSession& session, const halden::zef::loftdb::ConfigureMonitorMsg& configure);
     void Read(StoreSession& session, uint64_t requestId, const halden::zef::loftdb::ReadMsg& read);
     void Publish(const std::vector<Change>& changes);
+    void CompactIfDue();
 
     boost::asio::io_context& _context;
     boost::asio::ip::tcp::acceptor _acceptor;
     boost::asio::steady_timer _acceptRetry;
     ObjectStore& _store;
     Journal* _journal;
+    uint64_t _journalLimit;
+    uint64_t _compactAt;
     std::map<StoreSession*, std::shared_ptr<StoreSession>> _sessions;
     uint64_t _transactions = 0;
 };

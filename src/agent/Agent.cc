@@ -1,5 +1,6 @@
 #include "agent/Agent.h"
 
+#include <pthread.h>
 #include <signal.h>
 #include <sys/resource.h>
 #include <syslog.h>
@@ -81,7 +82,36 @@ struct WorkGroupScope {
 
 }  // namespace
 
+namespace {
+
+// A stop request during the start waits until the provider, which owns the
+// stop, stands; it then ends the run in the stop order like any other.
+class StopSignalsHeld {
+public:
+    StopSignalsHeld() {
+        sigemptyset(&_signals);
+        sigaddset(&_signals, SIGTERM);
+        sigaddset(&_signals, SIGINT);
+        pthread_sigmask(SIG_BLOCK, &_signals, nullptr);
+    }
+    ~StopSignalsHeld() { Release(); }
+    StopSignalsHeld(const StopSignalsHeld&) = delete;
+    StopSignalsHeld& operator=(const StopSignalsHeld&) = delete;
+    void Release() {
+        if (std::exchange(_held, false)) {
+            pthread_sigmask(SIG_UNBLOCK, &_signals, nullptr);
+        }
+    }
+
+private:
+    sigset_t _signals{};
+    bool _held = true;
+};
+
+}  // namespace
+
 int Agent::Main(int argc, char** argv) {
+    StopSignalsHeld held;
     std::string configPath = AgentConfig::DefaultPath();
     if (!ParseCommandLine(argc, argv, configPath)) {
         return -1;
@@ -90,7 +120,7 @@ int Agent::Main(int argc, char** argv) {
         return -1;
     }
     try {
-        return Run();
+        return Run([&held] { held.Release(); });
     } catch (const std::bad_alloc&) {
         CFG_LOG(LL_ERROR, "Failed to run zef-cfgagent");
         syslog(LOG_ERR, "CFGAGENT_ALLOC_FAIL : CfgAgent error: no memory!");
@@ -170,7 +200,7 @@ void Agent::EnableCoreDump() {
     }
 }
 
-int Agent::Run() {
+int Agent::Run(const std::function<void()>& providerStands) {
     const AgentSettings& settings = AgentConfig::Settings();
     WorkGroup::SetThreadCounts({settings.ioThreads, settings.workThreads});
     ApplyLogSettings();
@@ -188,6 +218,7 @@ int Agent::Run() {
 
     auto provider = std::make_unique<zef::AsioZefProvider>(
         zef::AsioZefProvider::Options{}, AgentConfig::Tree().get_child("config"), "");
+    providerStands();
 
     halden::zef::ProductVersionMsg version;
     version.set_major(2);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <string>
 
 namespace CfgAgent {
@@ -16,7 +17,9 @@ private:
     static void ApplyLogSettings();
     static void IgnoreSigpipe();
     static void EnableCoreDump();
-    static int Run();
+    // `providerStands` is called once the provider, which takes the stop
+    // signals from then on, exists.
+    static int Run(const std::function<void()>& providerStands);
 };
 
 }  // namespace CfgAgent

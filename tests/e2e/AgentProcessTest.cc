@@ -101,6 +101,14 @@ TEST_F(AgentProcessTest, UnknownNodeTypeEndsTheStart) {
     EXPECT_EQ(agent->Stdout().find("Start cfgAgent"), std::string::npos);
 }
 
+TEST_F(AgentProcessTest, AStopRequestDuringTheStartEndsItInTheStopOrder) {
+    auto agent = StartWithConfig(ConfigWithApps(kMinimalApps));
+    ASSERT_TRUE(agent->WaitForOutput("Start cfgAgent", 20s)) << agent->Stdout();
+    agent->Signal(SIGTERM);
+    ASSERT_EQ(agent->Wait(20s), 0) << agent->Stdout();
+    EXPECT_NE(agent->Stdout().find("Clean up platform"), std::string::npos) << agent->Stdout();
+}
+
 TEST_F(AgentProcessTest, StartsServesHealthAndStopsCleanlyOnSigterm) {
     auto agent = StartWithConfig(ConfigWithApps(
         "<apps><app><name>unheard-of</name><enabled>true</enabled><config/></app>"

@@ -8,6 +8,7 @@
 #include "cache/IStateCacheConfigTable.h"
 #include "frame/AgentLock.h"
 #include "frame/IoContexts.h"
+#include "frame/NodeType.h"
 #include "log/Logger.h"
 #include "frame/vocabulary/ObjectType.h"
 #include "frame/vocabulary/PropertyType.h"
@@ -592,6 +593,7 @@ void DVSPropConvertor::AddForwardingModes(const std::string& value,
 
 bool DVSPropConvertor::HandleTransportSwitches(const std::string&, uint32_t operation, uint32_t,
                                                const std::string& value, DPUpdate&) {
+    UpdateTaknics(value, operation);
     halden::zef::loftdb::TransportNodeConfigMsg node;
     node.ParseFromString(value);
     if (node.transport_switches_size() == 0) {
@@ -615,6 +617,98 @@ bool DVSPropConvertor::HandleTransportSwitches(const std::string&, uint32_t oper
     AddForwardingModes(value, properties);
     _kcpMsgConvertor->SendGlobalProperties(KCP_OP_UPDATE, properties);
     return false;
+}
+
+// The devices that carry the node's tunnel endpoints, by name; each new or
+// relabelled one waits for the next reSync tick to get its label.
+void DVSPropConvertor::UpdateTaknics(const std::string& value, uint32_t operation) {
+    if (operation == OP_DELETE) {
+        for (const auto& [name, taknic] : _taknicList) {
+            CFG_LOG(LL_INFO, "Remove dev name %1 for delete operation", name);
+        }
+        _taknicList.clear();
+        return;
+    }
+    CFG_LOG(LL_DEBUG, "Get transport node vtep label update message");
+    halden::zef::loftdb::TransportNodeConfigMsg node;
+    node.ParseFromString(value);
+    std::set<std::string> seen;
+    for (const auto& transportSwitch : node.transport_switches()) {
+        if (OffloadedOnThisHost(transportSwitch.host_switch_id())) {
+            CFG_LOG(LL_INFO, "Hostswitch %1 is offloaded", transportSwitch.host_switch_id());
+            continue;
+        }
+        for (const auto& vtep : transportSwitch.vteps()) {
+            if (!vtep.has_dev_name()) {
+                continue;
+            }
+            const uint32_t label = vtep.vtep_label().label();
+            CFG_LOG(LL_DEBUG, "Get dev name %1 label %2", vtep.dev_name(), label);
+            seen.insert(vtep.dev_name());
+            auto [it, added] = _taknicList.try_emplace(vtep.dev_name(), Taknic{transportSwitch.host_switch_id()});
+            if (added) {
+                CFG_LOG(LL_INFO, "Insert dev name %1 label %2", vtep.dev_name(), label);
+            } else {
+                it->second.outOfSync = true;
+            }
+        }
+    }
+    std::erase_if(_taknicList, [&seen](const auto& entry) {
+        if (seen.count(entry.first) != 0) {
+            return false;
+        }
+        CFG_LOG(LL_INFO, "Remove dev name %1", entry.first);
+        return true;
+    });
+}
+
+bool DVSPropConvertor::OffloadedOnThisHost(const std::string& hostSwitch) const {
+    return NodeType::Get() == NodeType::kSmartnicHost && _offloadedHostSwitches.count(hostSwitch) != 0;
+}
+
+std::optional<uint32_t> DVSPropConvertor::VtepLabelOf(const std::string& device) {
+    std::vector<ConfigEntry> nodes;
+    if (!_configTable.GetObjectsByType(TRANSPORT_NODE_CONFIG, TN_TRANSPORT_SWITCHES, nodes)) {
+        CFG_LOG(LL_ERROR, "Failed to query vtep label from stateCache");
+        return std::nullopt;
+    }
+    for (const ConfigEntry& row : nodes) {
+        halden::zef::loftdb::TransportNodeConfigMsg node;
+        node.ParseFromString(row.value);
+        for (const auto& transportSwitch : node.transport_switches()) {
+            for (const auto& vtep : transportSwitch.vteps()) {
+                if (vtep.dev_name() == device && vtep.has_vtep_label()) {
+                    return vtep.vtep_label().label();
+                }
+            }
+        }
+    }
+    CFG_LOG(LL_ERROR, "No vtep label in stateCache");
+    return std::nullopt;
+}
+
+void DVSPropConvertor::ResyncTaknics(bool fullSync) {
+    for (auto& [name, taknic] : _taknicList) {
+        if (!fullSync && !taknic.outOfSync) {
+            continue;
+        }
+        CFG_LOG(LL_DEBUG, "OnResyncProperty label reSync: %1", name);
+        const std::optional<uint32_t> label = VtepLabelOf(name);
+        if (!label) {
+            CFG_LOG(LL_ERROR, "Failed to build labelSync msg for %1", name);
+            continue;
+        }
+        DPUpdate update;
+        update.type = DPUpdate::TAKNIC_UPDATE;
+        update.operation = KCP_OP_FULL_SYNC;
+        update.Add(name, PortPropertyValues::Number32(PortPropertyValues::TAKNIC_LABEL, *label));
+        if (!_kcpMsgConvertor->SendPropertyUpdate(update)) {
+            CFG_LOG(LL_ERROR, "Failed to build dataplane taknic property update msg for %1", name);
+            continue;
+        }
+        CFG_LOG(LL_DEBUG, "OnResyncProperty Enqueue vtep label reSync");
+        taknic.outOfSync = false;
+    }
 }
 
 std::vector<std::string> DVSPropConvertor::HostSwitchIds() {
@@ -741,7 +835,7 @@ void DVSPropConvertor::FullSync(bool) {
         ports.push_back(port.vifId);
     });
     std::vector<std::string> taknics;
-    for (const auto& [name, outOfSync] : _taknicList) {
+    for (const auto& [name, taknic] : _taknicList) {
         taknics.push_back(name);
     }
     if (_kcpMsgConvertor->SendLists({}, ports, taknics)) {
@@ -753,8 +847,8 @@ void DVSPropConvertor::FullSync(bool) {
     for (const std::string& vifId : _portList->VifIds()) {
         _portList->Modify(vifId, [](PortEntry& entry) { entry.outOfSync = false; });
     }
-    for (auto& [name, outOfSync] : _taknicList) {
-        outOfSync = false;
+    for (auto& [name, taknic] : _taknicList) {
+        taknic.outOfSync = false;
     }
 }
 
@@ -806,6 +900,7 @@ void DVSPropConvertor::OnResyncProperty(bool fullSync) {
         CFG_LOG(LL_DEBUG, "OnResyncProperty Enqueue port reSync");
         _portList->Modify(port.vifId, [](PortEntry& entry) { entry.outOfSync = false; });
     }
+    ResyncTaknics(fullSync);
 }
 
 void DVSPropConvertor::OnResyncTimer() {
@@ -928,7 +1023,11 @@ void DVSPropConvertor::SetTaknicOutOfSync(const std::string& name) {
         CFG_LOG(LL_INFO, "Failed to find taknic %1 to set reSync as it is already removed.", name);
         return;
     }
-    it->second = true;
+    if (OffloadedOnThisHost(it->second.hostSwitch)) {
+        CFG_LOG(LL_INFO, "Do not process label update for offloaded host switch %1", it->second.hostSwitch);
+        return;
+    }
+    it->second.outOfSync = true;
 }
 
 void DVSPropConvertor::QueueHotmovePortSync(const std::string& vifId, uint32_t flags) {

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <map>
 #include <memory>
+#include <optional>
 #include <set>
 #include <string>
 #include <vector>
@@ -150,6 +151,10 @@ private:
     bool SwitchHasVniOrVlan(const Uuid& ls);
     DPProperty RemainingVlan(const Uuid& ls, uint32_t removed);
     Uuid LogicalPortOf(const std::string& portId) const;
+    void UpdateTaknics(const std::string& value, uint32_t operation);
+    bool OffloadedOnThisHost(const std::string& hostSwitch) const;
+    std::optional<uint32_t> VtepLabelOf(const std::string& device);
+    void ResyncTaknics(bool fullSync);
     bool TieDvPort(const Uuid& lsp, const halden::zef::loftdb::LogSwitchPortAttachmentMsg& attachment,
                    DPUpdate& update);
     std::vector<PortEntry> PortsOfLogicalPort(const std::string& id) const;
@@ -158,7 +163,11 @@ private:
     zef::RefPtr<KCPMsgConvertor> _kcpMsgConvertor;
     std::unique_ptr<PortList> _portList;
     std::set<std::string> _fullSyncVifs;
-    std::map<std::string, bool> _taknicList;  // name to outOfSync
+    struct Taknic {
+        std::string hostSwitch;
+        bool outOfSync = true;
+    };
+    std::map<std::string, Taknic> _taknicList;  // by device name
     std::map<uint32_t, Handler> _cfgUpdateHandlerMap;
     std::map<std::string, uint32_t> _hotmovePortSyncQueue;
     std::shared_ptr<Timer> _hotmoveSyncTimer;

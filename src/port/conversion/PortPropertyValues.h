@@ -29,6 +29,7 @@ public:
         KEY_TEAMING = 202,
     };
     enum HdsKey : uint16_t {
+        TAKNIC_LABEL = 1,
         HDS_CCP_STATE = 1,
         HDS_FORWARDING_MODE = 10,
     };

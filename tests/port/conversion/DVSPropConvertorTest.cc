@@ -56,6 +56,18 @@ public:
         if (data && data->Type() == KCP_HDS_LIST_UPDATE) {
             KcpIdListCodec::Decode(data->Type(), data->Value(), hdsList);
         }
+        if (data && data->Type() == KCP_TAKNIC_LIST_UPDATE) {
+            KcpIdListCodec::Decode(data->Type(), data->Value(), taknicList);
+        }
+        KcpPropertyUpdate taknicUpdate;
+        if (data && data->Type() == KCP_TAKNIC_PROPERTY_UPDATE &&
+            KcpPropertyUpdateCodec::Decode(data->Type(), data->Value(), taknicUpdate)) {
+            for (const KcpPropertyRecord& record : taknicUpdate.records) {
+                for (const KcpProperty& property : record.properties) {
+                    taknics[record.id][property.type] = property.value;
+                }
+            }
+        }
         KcpPropertyUpdate update;
         if (!data || !KcpPropertyUpdateCodec::Decode(data->Type(), data->Value(), update) ||
             data->Type() != KCP_PORT_PROPERTY_UPDATE) {
@@ -79,6 +91,8 @@ public:
     std::map<std::string, std::map<uint16_t, std::vector<uint8_t>>> ports;
     std::map<std::string, std::map<uint16_t, std::vector<uint8_t>>> hds;
     std::vector<std::string> hdsList;
+    std::map<std::string, std::map<uint16_t, std::vector<uint8_t>>> taknics;
+    std::vector<std::string> taknicList;
     std::map<std::pair<std::string, uint8_t>, int> pushes;
 };
 
@@ -335,6 +349,40 @@ TEST_F(DVSPropConvertorTest, FullSyncSendsTheHostSwitchesWithTheirForwardingMode
     EXPECT_EQ(_kernel.hds[""][1], (std::vector<uint8_t>{'u', 'p', 0}));
     _convertor->OnDaemonHealthStateUpdate(0, IDVSPropConvertor::HEALTH_LOFTDB);
     EXPECT_EQ(_kernel.hds[""][1], (std::vector<uint8_t>{'d', 'o', 'w', 'n', 0}));
+}
+
+// The devices under the node's tunnel endpoints are the host's taknics: they
+// go into the full sync's list and get their labels on the next tick.
+TEST_F(DVSPropConvertorTest, TunnelEndpointDevicesAreTaknicsLabelledOnTheNextTick) {
+    auto node = [](std::vector<std::pair<const char*, uint32_t>> devices) {
+        lb::TransportNodeConfigMsg config;
+        auto* transportSwitch = config.add_transport_switches();
+        transportSwitch->set_host_switch_id("hs-1");
+        for (const auto& [name, label] : devices) {
+            auto* vtep = transportSwitch->add_vteps();
+            vtep->set_dev_name(name);
+            vtep->mutable_vtep_label()->set_label(label);
+        }
+        return config.SerializeAsString();
+    };
+    std::lock_guard<std::recursive_mutex> guard(agentLock());
+    Change(TRANSPORT_NODE_CONFIG, kSwitch, TN_TRANSPORT_SWITCHES, node({{"vmk10", 0x01020304}, {"vmk11", 9}}));
+    EXPECT_TRUE(_kernel.taknics.empty()) << "labels wait for the tick";
+    _convertor->OnResyncProperty(false);
+    EXPECT_EQ(_kernel.taknics["vmk10"][1], (std::vector<uint8_t>{1, 2, 3, 4}));
+    EXPECT_EQ(_kernel.taknics["vmk11"][1], (std::vector<uint8_t>{0, 0, 0, 9}));
+    _kernel.taknics.clear();
+    _convertor->OnResyncProperty(false);
+    EXPECT_TRUE(_kernel.taknics.empty()) << "in sync after the push";
+    _convertor->SetTaknicOutOfSync("vmk11");
+    _convertor->OnResyncProperty(false);
+    EXPECT_EQ(_kernel.taknics.size(), 1u);
+    EXPECT_EQ(_kernel.taknics["vmk11"][1], (std::vector<uint8_t>{0, 0, 0, 9}));
+
+    Change(TRANSPORT_NODE_CONFIG, kSwitch, TN_TRANSPORT_SWITCHES, node({{"vmk11", 10}}));
+    _convertor->FullSync(true);
+    EXPECT_EQ(_kernel.taknicList, std::vector<std::string>{"vmk11"});
+    EXPECT_EQ(_kernel.taknics["vmk11"][1], (std::vector<uint8_t>{0, 0, 0, 10}));
 }
 
 TEST_F(DVSPropConvertorTest, HotmoveQueueMergesFlagsPerVif) {

@@ -608,6 +608,9 @@ bool DVSPropConvertor::HandleTransportSwitches(const std::string&, uint32_t oper
                                PortPropertyValues::Removal(PortPropertyValues::HDS_FORWARDING_MODE)});
         }
         _kcpMsgConvertor->SendGlobalProperties(KCP_OP_FULL_SYNC, cleared);
+        for (const auto& transportSwitch : node.transport_switches()) {
+            CFG_LOG(LL_INFO, "clean global opaque property for tSwitch %1", transportSwitch.host_switch_id());
+        }
         return false;
     }
     for (const auto& transportSwitch : node.transport_switches()) {
@@ -859,6 +862,7 @@ void DVSPropConvertor::OnResyncProperty(bool fullSync) {
         std::vector<DPGlobalProperty> globals = {
             {"", PortPropertyValues::Text(PortPropertyValues::HDS_CCP_STATE,
                                           CcpSessionUp() ? "up" : "down")}};
+        AddGlobalOpaque(globals, HostSwitchIds(), false);
         std::vector<ConfigEntry> nodes;
         _configTable.GetObjectsByType(TRANSPORT_NODE_CONFIG, TN_TRANSPORT_SWITCHES, nodes);
         for (const ConfigEntry& node : nodes) {
@@ -1161,6 +1165,59 @@ void DVSPropConvertor::ProcessOffloadedHostSwitches(const LoftDBUpdateList& list
 
 bool DVSPropConvertor::CcpSessionUp() const {
     return _ccpSessionConnected && _loftdbHealthy && _proxyHealthy;
+}
+
+namespace {
+
+std::optional<uint16_t> GlobalOpaqueKey(const std::string& key) {
+    if (key == "com.halden.zef.extraConfig.mcloud.management.clusterVirtualIp") {
+        return PortPropertyValues::HDS_CLUSTER_VIRTUAL_IP;
+    }
+    if (key == "com.halden.zef.extraConfig.mcloud.management.clusterMasterIp") {
+        return PortPropertyValues::HDS_CLUSTER_MASTER_IP;
+    }
+    return std::nullopt;
+}
+
+}  // namespace
+
+void DVSPropConvertor::ProcessGlobalOpaqueConfig(const LoftDBUpdateList& list, bool isFullSync) {
+    if (isFullSync) {
+        _globalOpaque.clear();
+    }
+    for (const LoftDBUpdateMsg& record : list) {
+        halden::zef::loftdb::GlobalConfigMsg config;
+        if (record.operation == OP_DELETE || !config.ParseFromString(record.propertyValue)) {
+            _globalOpaque.clear();
+            continue;
+        }
+        _globalOpaque.clear();
+        for (const auto& pair : config.tmr_global_opaque_config().opaque_configs()) {
+            const std::optional<uint16_t> key = GlobalOpaqueKey(pair.key());
+            if (!key) {
+                CFG_LOG(LL_ERROR, "Unsupported Global Opaque Config Key to update");
+                continue;
+            }
+            _globalOpaque[*key] = pair.value();
+        }
+    }
+    std::vector<DPGlobalProperty> properties;
+    AddGlobalOpaque(properties, HostSwitchIds(), true);
+    _kcpMsgConvertor->SendGlobalProperties(KCP_OP_UPDATE, properties);
+}
+
+void DVSPropConvertor::AddGlobalOpaque(std::vector<DPGlobalProperty>& properties,
+                                       const std::vector<std::string>& hostSwitches, bool withRemovals) const {
+    for (const std::string& hostSwitch : hostSwitches) {
+        for (uint16_t key : {PortPropertyValues::HDS_CLUSTER_VIRTUAL_IP, PortPropertyValues::HDS_CLUSTER_MASTER_IP}) {
+            auto value = _globalOpaque.find(key);
+            if (value != _globalOpaque.end()) {
+                properties.push_back({hostSwitch, PortPropertyValues::Text(key, value->second)});
+            } else if (withRemovals) {
+                properties.push_back({hostSwitch, PortPropertyValues::Removal(key)});
+            }
+        }
+    }
 }
 
 void DVSPropConvertor::ProcessCcpSession(const LoftDBUpdateList& list) {

@@ -66,6 +66,8 @@ public:
 
     // Whole lists of the session's desired state batches, by object type.
     void ProcessOffloadedHostSwitches(const LoftDBUpdateList& list, bool isFullSync);
+    // GLOBAL_CONFIG objects: their opaque pairs reach the host switches.
+    void ProcessGlobalOpaqueConfig(const LoftDBUpdateList& list, bool isFullSync);
     void ProcessCcpSession(const LoftDBUpdateList& list);
 
     // Pushes the properties of every port marked out of sync, or of all.
@@ -154,6 +156,10 @@ private:
     void UpdateTaknics(const std::string& value, uint32_t operation);
     bool OffloadedOnThisHost(const std::string& hostSwitch) const;
     std::optional<uint32_t> VtepLabelOf(const std::string& device);
+    // The known opaque keys as HDS properties of every host switch; a key
+    // no longer stored goes out empty, which removes it.
+    void AddGlobalOpaque(std::vector<DPGlobalProperty>& properties, const std::vector<std::string>& hostSwitches,
+                         bool withRemovals) const;
     void ResyncTaknics(bool fullSync);
     bool TieDvPort(const Uuid& lsp, const halden::zef::loftdb::LogSwitchPortAttachmentMsg& attachment,
                    DPUpdate& update);
@@ -168,6 +174,7 @@ private:
         bool outOfSync = true;
     };
     std::map<std::string, Taknic> _taknicList;  // by device name
+    std::map<uint16_t, std::string> _globalOpaque;  // HDS key to value
     std::map<uint32_t, Handler> _cfgUpdateHandlerMap;
     std::map<std::string, uint32_t> _hotmovePortSyncQueue;
     std::shared_ptr<Timer> _hotmoveSyncTimer;

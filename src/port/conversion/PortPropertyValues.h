@@ -32,6 +32,9 @@ public:
         TAKNIC_LABEL = 1,
         HDS_CCP_STATE = 1,
         HDS_FORWARDING_MODE = 10,
+        // The global opaque keys the host switches know, as texts.
+        HDS_CLUSTER_VIRTUAL_IP = 11,
+        HDS_CLUSTER_MASTER_IP = 12,
     };
     static constexpr uint32_t kMaxMacLimit = 4096;
 

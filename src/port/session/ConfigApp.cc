@@ -183,6 +183,9 @@ void ConfigApp::UpdateDesiredState(const LoftDBUpdateList& objects, bool isFullS
     if (isFullSync || !ccpSessions.empty()) {
         _dvsPropConvertor->ProcessCcpSession(ccpSessions);
     }
+    if (isFullSync || !globals.empty()) {
+        _dvsPropConvertor->ProcessGlobalOpaqueConfig(globals, isFullSync);
+    }
 }
 
 void ConfigApp::ProcessConfigDesiredStateUpdate(const LoftDBUpdateList& updates, bool isFullSync) {

@@ -385,6 +385,39 @@ TEST_F(DVSPropConvertorTest, TunnelEndpointDevicesAreTaknicsLabelledOnTheNextTic
     EXPECT_EQ(_kernel.taknics["vmk11"][1], (std::vector<uint8_t>{0, 0, 0, 10}));
 }
 
+TEST_F(DVSPropConvertorTest, GlobalOpaqueKeysReachEveryHostSwitchAndGoWhenDropped) {
+    lb::TransportNodeConfigMsg node;
+    node.add_transport_switches()->set_host_switch_id("hs-a");
+    node.add_transport_switches()->set_host_switch_id("hs-b");
+    Store(TRANSPORT_NODE_CONFIG, kSwitch, TN_TRANSPORT_SWITCHES, node.SerializeAsString());
+    auto global = [](std::vector<std::pair<std::string, std::string>> pairs) {
+        lb::GlobalConfigMsg config;
+        for (const auto& [key, value] : pairs) {
+            auto* pair = config.mutable_tmr_global_opaque_config()->add_opaque_configs();
+            pair->set_key(key);
+            pair->set_value(value);
+        }
+        return LoftDBUpdateList{LoftDBUpdateMsg(GLOBAL_CONFIG, "g", OP_UPDATE, 0, config.SerializeAsString())};
+    };
+    const std::string prefix = "com.halden.zef.extraConfig.mcloud.management.";
+    std::lock_guard<std::recursive_mutex> guard(agentLock());
+    _convertor->ProcessGlobalOpaqueConfig(
+        global({{prefix + "clusterVirtualIp", "10.0.0.1"}, {prefix + "clusterMasterIp", "10.0.0.2"},
+                {prefix + "somethingElse", "x"}}),
+        false);
+    for (const char* hostSwitch : {"hs-a", "hs-b"}) {
+        EXPECT_EQ(_kernel.hds[hostSwitch][11], (std::vector<uint8_t>{'1', '0', '.', '0', '.', '0', '.', '1', 0}));
+        EXPECT_EQ(_kernel.hds[hostSwitch][12], (std::vector<uint8_t>{'1', '0', '.', '0', '.', '0', '.', '2', 0}));
+        EXPECT_EQ(_kernel.hds[hostSwitch].size(), 2u) << "an unknown key goes nowhere";
+    }
+    _convertor->ProcessGlobalOpaqueConfig(global({{prefix + "clusterVirtualIp", "10.0.0.9"}}), false);
+    EXPECT_TRUE(_kernel.hds["hs-a"][12].empty()) << "the dropped key is removed";
+    _kernel.hds.clear();
+    _convertor->FullSync(true);
+    EXPECT_EQ(_kernel.hds["hs-b"][11], (std::vector<uint8_t>{'1', '0', '.', '0', '.', '0', '.', '9', 0}));
+    EXPECT_EQ(_kernel.hds["hs-b"].count(12), 0u);
+}
+
 TEST_F(DVSPropConvertorTest, HotmoveQueueMergesFlagsPerVif) {
     std::lock_guard<std::recursive_mutex> guard(agentLock());
     _convertor->QueueHotmovePortSync("vif-9", KCP_SYNC_PORT_PROPERTIES);

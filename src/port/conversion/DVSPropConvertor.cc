@@ -71,9 +71,9 @@ bool StoredPort(IStateCacheConfigTable& table, uint32_t propertyType, const Uuid
     return !lsp.IsNil() && Stored(table, LOG_SWITCH_PORT_CONFIG, propertyType, lsp.Serialized(), message);
 }
 
-bool IsSpfPort(const PortEntry& port) {
-    return StartsWith(port.portId, "spfPort");
-}
+constexpr const char* kSpfPrefix = "spfPort";
+
+bool IsSpfPort(const PortEntry& port) { return StartsWith(port.portId, kSpfPrefix); }
 
 // The properties a port reads from its logical port, in the order they are built.
 constexpr uint32_t kPortBuildOrder[] = {
@@ -142,6 +142,9 @@ bool DVSPropConvertor::Send(const DPUpdate& update) {
 void DVSPropConvertor::ProcessConfigPropertyUpdate(uint32_t objectType, const std::string& id,
                                                    uint32_t operation, uint32_t propertyType,
                                                    const std::string& value) {
+    if (objectType == LOG_SWITCH_CONFIG && operation == OP_UPDATE) {
+        OfferSwitchToSpfPorts(IdOf(id));
+    }
     if (objectType == LOG_SWITCH_PORT_CONFIG && PortsOfLogicalPort(id).empty()) {
         if (operation == OP_DELETE) {
             CFG_LOG(LL_INFO, "Port [%1] has been removed during VIF disconnecting", IdOf(id).Text());
@@ -171,8 +174,106 @@ void DVSPropConvertor::ProcessConfigPropertyUpdate(uint32_t objectType, const st
     }
 }
 
-// A whole object coming or going changes no port: its properties say what counts.
-void DVSPropConvertor::ProcessConfigEntityUpdate(uint32_t, const std::string&, uint32_t) {}
+// A whole object coming or going changes no port, its properties say what
+// counts; but an SPF port loses the switch it took.
+void DVSPropConvertor::ProcessConfigEntityUpdate(uint32_t objectType, const std::string& id, uint32_t operation) {
+    if (objectType != LOG_SWITCH_CONFIG || operation != OP_DELETE) {
+        return;
+    }
+    const Uuid ls = IdOf(id);
+    DPUpdate update;
+    update.operation = KCP_OP_UPDATE;
+    for (PortEntry port : _portList->OfSwitch(ls)) {
+        if (!IsSpfPort(port)) {
+            continue;
+        }
+        CFG_LOG(LL_INFO, "Clear lSwitch properties on SPF port [%1]", port.vifId);
+        CFG_LOG(LL_INFO, "Delete LSwitch %1 for SPF port %2", ls.Text(), port.vifId);
+        _portList->Modify(port.vifId, [](PortEntry& entry) { entry.lsId = Uuid{}; });
+        update.Add(port.vifId, PortPropertyValues::Block(true));
+    }
+    Send(update);
+}
+
+// ---- SPF ports ----
+
+// A service plane switch: type 3, with no subtype or subtype 2.
+bool DVSPropConvertor::IsServicePlaneSwitch(const Uuid& ls) {
+    halden::zef::loftdb::LogSwitchConfigMsg config;
+    if (!StoredSwitch(_configTable, LS_TYPE, ls, config) || config.type() != 3) {
+        return false;
+    }
+    return !StoredSwitch(_configTable, LS_SP_SUBTYPE, ls, config) || config.sp_subtype() == 2;
+}
+
+Uuid DVSPropConvertor::ServicePlaneSwitch() {
+    std::vector<ConfigEntry> rows;
+    _configTable.GetObjectsByType(LOG_SWITCH_CONFIG, LS_TYPE, rows);
+    for (const ConfigEntry& row : rows) {
+        const Uuid ls = IdOf(row.objectId);
+        if (IsServicePlaneSwitch(ls)) {
+            return ls;
+        }
+    }
+    return {};
+}
+
+void DVSPropConvertor::OfferSwitchToSpfPorts(const Uuid& ls) {
+    if (!IsServicePlaneSwitch(ls)) {
+        return;
+    }
+    DPUpdate update;
+    update.operation = KCP_OP_UPDATE;
+    _portList->ForEach([&](const PortEntry& port) {
+        if (!IsSpfPort(port) || (!port.lsId.IsNil() && port.lsId != ls)) {
+            return;
+        }
+        if (port.lsId.IsNil()) {
+            CFG_LOG(LL_INFO, "Add LSwitch %1 for SPF port %2", ls.Text(), port.vifId);
+        }
+        PortEntry attached = port;
+        attached.lsId = ls;
+        CFG_LOG(LL_INFO, "Set lSwitch properties on SPF port [%1]", port.vifId);
+        AddSwitchSet(attached, update);
+    });
+    for (const auto& [vifId, entry] : update.entries) {
+        _portList->Modify(vifId, [&ls](PortEntry& port) { port.lsId = ls; });
+    }
+    Send(update);
+}
+
+void DVSPropConvertor::SendMacLearnStatic(const PortEntry& port, bool enable) {
+    CFG_LOG(LL_INFO, enable ? "%1: Enable mac learn static property" : "%1: Disable mac learn static property",
+            port.vifId);
+    CFG_LOG(LL_DEBUG, "SPF port MAC learn static config [%1]: op = %2", port.vifId,
+            enable ? KCP_OP_UPDATE : KCP_OP_DELETE);
+    _kcpMsgConvertor->SendGlobalProperties(
+        enable ? KCP_OP_UPDATE : KCP_OP_DELETE,
+        {{port.switchId, PortPropertyValues::Text(PortPropertyValues::HDS_MAC_LEARN_STATIC, enable ? "true" : "false")}});
+}
+
+void DVSPropConvertor::ConnectSpfPort(const VifInfo& vif) {
+    PortEntry entry;
+    entry.switchId = vif.switchId;
+    entry.portId = vif.portId;
+    entry.vifId = vif.vifId;
+    entry.type = vif.type;
+    entry.lsId = ServicePlaneSwitch();
+    if (entry.lsId.IsNil()) {
+        CFG_LOG(LL_ERROR, "Cannot get LogSwitch for SPF port");
+    } else {
+        CFG_LOG(LL_INFO, "Attach SPF port %1 to LSwitch %2", entry.vifId, entry.lsId.Text());
+    }
+    _portList->Insert(entry);
+    CFG_LOG(LL_INFO, "Add SPF port [%1] to port list, type [%2]", entry.portId, static_cast<uint32_t>(entry.type));
+    CFG_LOG(LL_INFO, "%1: Set default mac mgmt property", entry.vifId);
+    SendMacLearnStatic(entry, true);
+    CFG_LOG(LL_INFO, "%1: Set lSwitch properties ", entry.vifId);
+    DPUpdate update;
+    update.operation = KCP_OP_UPDATE;
+    BuildPortProperties(entry, update);
+    Send(update);
+}
 
 std::vector<PortEntry> DVSPropConvertor::PortsOfLogicalPort(const std::string& id) const {
     return _portList->OfLogicalPort(IdOf(id));
@@ -278,6 +379,19 @@ bool DVSPropConvertor::SwitchHasVniOrVlan(const Uuid& ls) {
     return false;
 }
 
+// The switch's properties and extra configs on one port, and its block decision.
+void DVSPropConvertor::AddSwitchSet(const PortEntry& port, DPUpdate& update) {
+    const std::string lsId = port.lsId.IsNil() ? std::string() : port.lsId.Serialized();
+    for (uint32_t property : kSwitchBuildOrder) {
+        std::string switchValue;
+        if (!lsId.empty() && _configTable.GetObjectProperty(LOG_SWITCH_CONFIG, property, lsId, switchValue)) {
+            AddSwitchProperty(port, port.lsId, OP_UPDATE, property, switchValue, update);
+        }
+    }
+    AddSwitchExtraConfigs(port, port.lsId, {}, update);
+    BuildBlockUpdate(port, update);
+}
+
 bool DVSPropConvertor::HandleLogicalPortSwitchId(const std::string& id, uint32_t operation,
                                                  uint32_t, const std::string& value,
                                                  DPUpdate& update) {
@@ -288,19 +402,10 @@ bool DVSPropConvertor::HandleLogicalPortSwitchId(const std::string& id, uint32_t
     }
     // Every port of it gets the switch's properties and a block decision.
     const std::vector<PortEntry> ports = PortsOfLogicalPort(id);
-    const std::string lsId = ls.IsNil() ? std::string() : ls.Serialized();
     for (PortEntry port : ports) {
         _portList->Modify(port.vifId, [&](PortEntry& entry) { entry.lsId = ls; });
         port.lsId = ls;
-        for (uint32_t property : kSwitchBuildOrder) {
-            std::string switchValue;
-            if (!lsId.empty() &&
-                _configTable.GetObjectProperty(LOG_SWITCH_CONFIG, property, lsId, switchValue)) {
-                AddSwitchProperty(port, ls, OP_UPDATE, property, switchValue, update);
-            }
-        }
-        AddSwitchExtraConfigs(port, ls, {}, update);
-        BuildBlockUpdate(port, update);
+        AddSwitchSet(port, update);
     }
     return !ports.empty();
 }
@@ -807,6 +912,12 @@ bool DVSPropConvertor::BuildPortProperties(const PortEntry& port, DPUpdate& upda
                                                         "1:halden-sfw:failClosed"));
         update.operation = KCP_OP_UPDATE;
     }
+    if (IsSpfPort(port)) {
+        // No logical port of its own: the switch it took says it all.
+        update.Add(port.vifId, PortPropertyValues::DefaultMacManagement());
+        AddSwitchSet(port, update);
+        return true;
+    }
     if (port.lspId.IsNil()) {
         CFG_LOG(LL_DEBUG, "The port %1 fails to get the LSP UUID", port.vifId);
         return !update.Empty();
@@ -938,6 +1049,10 @@ void DVSPropConvertor::HandleVifConnection(const VifInfo& vif) {
     if (StartsWith(vif.vifId, kCradleTaknic)) {
         CFG_LOG(LL_INFO, "Host switch ID: %1", vif.switchId);
     }
+    if (StartsWith(vif.portId, kSpfPrefix)) {
+        ConnectSpfPort(vif);
+        return;
+    }
     const PortEntry entry = CreatePortEntry(vif);
     _portList->Insert(entry);
     CFG_LOG(LL_INFO, "Add port [%1] VIF [%2] to port list, type [%3], outofsync[%4]", entry.portId,
@@ -951,7 +1066,8 @@ void DVSPropConvertor::HandleVifConnection(const VifInfo& vif) {
 }
 
 bool DVSPropConvertor::IsValidPortId(const std::string& portId) const {
-    if (IsUuidText(portId) || StartsWith(portId, "cr-") || IsValidDVPortID(portId)) {
+    if (IsUuidText(portId) || StartsWith(portId, "cr-") || StartsWith(portId, kSpfPrefix) ||
+        IsValidDVPortID(portId)) {
         return true;
     }
     CFG_LOG(LL_INFO, "Port [%1] ID is not a valid logical switch port UUID, ignore the update",
@@ -993,6 +1109,9 @@ void DVSPropConvertor::HandleVifDisconnection(const std::string& vifId) {
     if (entry == nullptr) {
         CFG_LOG(LL_DEBUG, "Disconnect port [%1] not in the list, ignore the update", vifId);
         return;
+    }
+    if (IsSpfPort(*entry)) {
+        SendMacLearnStatic(*entry, false);
     }
     _portList->Erase(vifId);
     if (_hotmovePortSyncQueue.erase(vifId) != 0) {

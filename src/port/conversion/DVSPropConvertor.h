@@ -153,6 +153,12 @@ private:
     bool SwitchHasVniOrVlan(const Uuid& ls);
     DPProperty RemainingVlan(const Uuid& ls, uint32_t removed);
     Uuid LogicalPortOf(const std::string& portId) const;
+    void AddSwitchSet(const PortEntry& port, DPUpdate& update);
+    bool IsServicePlaneSwitch(const Uuid& ls);
+    Uuid ServicePlaneSwitch();
+    void OfferSwitchToSpfPorts(const Uuid& ls);
+    void SendMacLearnStatic(const PortEntry& port, bool enable);
+    void ConnectSpfPort(const VifInfo& vif);
     void UpdateTaknics(const std::string& value, uint32_t operation);
     bool OffloadedOnThisHost(const std::string& hostSwitch) const;
     std::optional<uint32_t> VtepLabelOf(const std::string& device);

@@ -88,6 +88,15 @@ bool PortPropertyValues::MacManagement(const halden::zef::loftdb::MacManagementC
     return true;
 }
 
+DPProperty PortPropertyValues::DefaultMacManagement() {
+    DPProperty property{KEY_MAC_MANAGEMENT, std::vector<uint8_t>(11)};
+    property.value[0] = 1;
+    property.value[1] = 1;
+    property.value[2] = 1;
+    PutHost32(property.value.data() + 3, kMaxMacLimit);
+    return property;
+}
+
 std::optional<uint16_t> PortPropertyValues::ExtraConfigKey(const std::string& storedKey) {
     static const std::map<std::string, uint16_t> kKeys = [] {
         std::map<std::string, uint16_t> keys = {

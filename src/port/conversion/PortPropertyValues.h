@@ -31,6 +31,7 @@ public:
     enum HdsKey : uint16_t {
         TAKNIC_LABEL = 1,
         HDS_CCP_STATE = 1,
+        HDS_MAC_LEARN_STATIC = 9,
         HDS_FORWARDING_MODE = 10,
         // The global opaque keys the host switches know, as texts.
         HDS_CLUSTER_VIRTUAL_IP = 11,
@@ -52,6 +53,8 @@ public:
                               DPProperty& property, std::string& problem);
     // The port key of a stored extra config key: none for an unknown key,
     // 0 for one the kernel does not take.
+    // What an SPF port gets on connection.
+    static DPProperty DefaultMacManagement();
     static std::optional<uint16_t> ExtraConfigKey(const std::string& storedKey);
     static bool IsServiceVmKey(uint16_t key) { return key == 261 || key == 262; }
 };

@@ -418,6 +418,30 @@ TEST_F(DVSPropConvertorTest, GlobalOpaqueKeysReachEveryHostSwitchAndGoWhenDroppe
     EXPECT_EQ(_kernel.hds["hs-b"].count(12), 0u);
 }
 
+// An SPF port has no logical port: it takes the service plane switch, MAC
+// management by default and static MAC learning on its host switch.
+TEST_F(DVSPropConvertorTest, AnSpfPortTakesTheServicePlaneSwitchAndLosesItWithTheSwitch) {
+    std::lock_guard<std::recursive_mutex> guard(agentLock());
+    Connect("vif-spf", "spfPort-1");
+    EXPECT_EQ(_kernel.Text("vif-spf", 101), "true") << "no service plane switch yet";
+    EXPECT_EQ(_kernel.ports["vif-spf"][141].size(), 11u);
+    EXPECT_EQ(_kernel.hds["hs-1"][9], (std::vector<uint8_t>{'t', 'r', 'u', 'e', 0}));
+
+    Change(LOG_SWITCH_CONFIG, kSwitch, LS_VNI, SwitchValue([](auto& c) { c.set_vni(7001); }));
+    Change(LOG_SWITCH_CONFIG, kSwitch, LS_ADMIN_STATE_UP, SwitchValue([](auto& c) { c.set_admin_state_up(true); }));
+    EXPECT_EQ(_kernel.Text("vif-spf", 101), "true") << "not a service plane switch";
+    Change(LOG_SWITCH_CONFIG, kSwitch, LS_TYPE, SwitchValue([](auto& c) { c.set_type(3); }));
+    EXPECT_EQ(_kernel.Text("vif-spf", 101), "false");
+    EXPECT_EQ(_kernel.ports["vif-spf"][1], (std::vector<uint8_t>{0, 0, 0x1b, 0x59}));
+    EXPECT_EQ(_kernel.ports["vif-spf"][181], (std::vector<uint8_t>{0, 0, 0, 0}));
+
+    _convertor->ProcessConfigEntityUpdate(LOG_SWITCH_CONFIG, Id(kSwitch), OP_DELETE);
+    EXPECT_EQ(_kernel.Text("vif-spf", 101), "true");
+    _convertor->ProcessVifInfoUpdate({"vif-spf", "spfPort-1", "hs-1", "", KCP_VIF_VNIC}, KCP_OP_DELETE, true);
+    EXPECT_EQ(_kernel.hds["hs-1"][9], (std::vector<uint8_t>{'f', 'a', 'l', 's', 'e', 0}));
+    EXPECT_TRUE(_convertor->Ports().empty());
+}
+
 TEST_F(DVSPropConvertorTest, HotmoveQueueMergesFlagsPerVif) {
     std::lock_guard<std::recursive_mutex> guard(agentLock());
     _convertor->QueueHotmovePortSync("vif-9", KCP_SYNC_PORT_PROPERTIES);

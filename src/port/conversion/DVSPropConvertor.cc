@@ -974,6 +974,11 @@ void DVSPropConvertor::OnResyncProperty(bool fullSync) {
             {"", PortPropertyValues::Text(PortPropertyValues::HDS_CCP_STATE,
                                           CcpSessionUp() ? "up" : "down")}};
         AddGlobalOpaque(globals, HostSwitchIds(), false);
+        _portList->ForEach([&globals](const PortEntry& port) {
+            if (IsSpfPort(port)) {
+                globals.push_back({port.switchId, PortPropertyValues::Text(PortPropertyValues::HDS_MAC_LEARN_STATIC, "true")});
+            }
+        });
         std::vector<ConfigEntry> nodes;
         _configTable.GetObjectsByType(TRANSPORT_NODE_CONFIG, TN_TRANSPORT_SWITCHES, nodes);
         for (const ConfigEntry& node : nodes) {

@@ -210,7 +210,11 @@ void IpDiscovery::UpdateDesiredState(const LoftDBUpdateList& objects, bool isFul
             ++it;
             continue;
         }
+        // Gone while the store was away: the module forgets its tools bindings.
         CFG_LOG(LL_INFO, "IpDiscovery: UpdateDesiredState : full sync scenario for VIF : %1", it->first);
+        lb::DaVifMsg gone;
+        gone.set_id(it->first);
+        SendToolsBindings(gone);
         it = _daVifs.erase(it);
     }
 }

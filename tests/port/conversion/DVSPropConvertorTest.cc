@@ -435,6 +435,10 @@ TEST_F(DVSPropConvertorTest, AnSpfPortTakesTheServicePlaneSwitchAndLosesItWithTh
     EXPECT_EQ(_kernel.ports["vif-spf"][1], (std::vector<uint8_t>{0, 0, 0x1b, 0x59}));
     EXPECT_EQ(_kernel.ports["vif-spf"][181], (std::vector<uint8_t>{0, 0, 0, 0}));
 
+    _kernel.hds.clear();
+    _convertor->FullSync(true);
+    EXPECT_EQ(_kernel.hds["hs-1"][9], (std::vector<uint8_t>{'t', 'r', 'u', 'e', 0})) << "in every full sync";
+
     _convertor->ProcessConfigEntityUpdate(LOG_SWITCH_CONFIG, Id(kSwitch), OP_DELETE);
     EXPECT_EQ(_kernel.Text("vif-spf", 101), "true");
     _convertor->ProcessVifInfoUpdate({"vif-spf", "spfPort-1", "hs-1", "", KCP_VIF_VNIC}, KCP_OP_DELETE, true);

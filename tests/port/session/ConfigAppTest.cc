@@ -464,5 +464,26 @@ TEST_F(ConfigAppTest, SolicitationIsAnsweredWithTheToolsBindingsOfTheStore) {
     EXPECT_EQ(_swsec->Messages().size(), 1u);
 }
 
+// A guest's bindings whose object vanished while the store was away leave
+// the switch security module at the next full load.
+TEST_F(ConfigAppTest, ToolsBindingsGoneFromTheFullLoadAreWithdrawn) {
+    Handshake({VifMessage(KCP_OP_UPDATE, {Vif("vif-t")})});
+    ASSERT_TRUE(_swsec->WaitForAccepts(1, kBound));
+    lb::DaVifMsg daVif;
+    daVif.set_id("vif-t");
+    auto* binding = daVif.add_bindings();
+    binding->mutable_ip_address()->set_ipv4(0xc0a80005);
+    binding->set_mac(0x005056aabbccULL);
+    _app->UpdateDesiredState({LoftDBUpdateMsg(DA_VIF_OBJECT, "vif-t", OP_UPDATE, 0, daVif.SerializeAsString())},
+                             false);
+    ASSERT_TRUE(_swsec->WaitForMessages(1, kBound));
+    _app->UpdateDesiredState({}, true);
+    ASSERT_TRUE(_swsec->WaitForMessages(2, kBound));
+    SwsecBindings withdrawn;
+    ASSERT_EQ(SwsecCodec::ReadBindings(_swsec->Messages()[1], withdrawn), "");
+    EXPECT_EQ(withdrawn.portId, kPortUuid);
+    EXPECT_TRUE(withdrawn.entries.empty());
+}
+
 }  // namespace
 }  // namespace PortTest

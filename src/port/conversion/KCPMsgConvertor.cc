@@ -5,9 +5,11 @@
 
 #include "log/Logger.h"
 #include "port/session/IConfigApp.h"
+#include "port/kcp/KcpContainerUpdateCodec.h"
 #include "port/kcp/KcpDump.h"
 #include "port/kcp/KcpHdsUpdateCodec.h"
 #include "port/kcp/KcpIdListCodec.h"
+#include "port/kcp/KcpPortContainerListCodec.h"
 #include "port/kcp/KcpPropertyUpdateCodec.h"
 #include "port/kcp/KcpTypes.h"
 #include "port/kcp/KcpUpdateCodec.h"
@@ -71,6 +73,56 @@ bool SendSequence(KCPMsgConvertor& convertor, size_t count, Build build) {
         convertor.SendMsg(message);
     }
     return true;
+}
+
+size_t GroupCount(size_t size, size_t perGroup) {
+    return (size + perGroup - 1) / perGroup;
+}
+
+// Group `i` of `ids` cut in order into groups of `perGroup`.
+std::vector<std::string> Group(const std::vector<std::string>& ids, size_t perGroup, size_t i) {
+    const size_t first = std::min(ids.size(), i * perGroup);
+    const size_t last = std::min(ids.size(), first + perGroup);
+    return {ids.begin() + static_cast<long>(first), ids.begin() + static_cast<long>(last)};
+}
+
+size_t ContainerRecordSize(const ContainerInfo& container) {
+    return KcpContainerUpdateCodec::kRecords.head +
+           KcpContainerUpdateCodec::kEntrySize * container.entries.size();
+}
+
+// The running total leaves out the flag byte and the data TLV head, so a full
+// message may pass the buffer by up to four bytes.
+bool FitsAfter(size_t total, size_t recordSize) {
+    return total + recordSize < KCPMsgConvertor::kLinkBuffer;
+}
+
+// The records of each Container Update. A record that fits no message would
+// stall the packing, so it is logged and left out and `complete` turns false.
+std::vector<std::vector<KcpContainerRecord>> PackContainers(std::vector<ContainerInfo> containers,
+                                                            bool& complete) {
+    std::vector<std::vector<KcpContainerRecord>> messages;
+    size_t total = KCPMsgConvertor::kContainerTotalStart;
+    for (ContainerInfo& container : containers) {
+        const size_t size = ContainerRecordSize(container);
+        if (!FitsAfter(KCPMsgConvertor::kContainerTotalStart, size)) {
+            CFG_LOG(LL_ERROR,
+                    "Container update of CIF %1 refused: %2 IP and MAC entries make a %3-byte "
+                    "record, too large for any message",
+                    container.cifId, container.entries.size(), size);
+            complete = false;
+            continue;
+        }
+        if (messages.empty() || !FitsAfter(total, size)) {
+            messages.emplace_back();
+            total = KCPMsgConvertor::kContainerTotalStart;
+        }
+        total += size;
+        CFG_LOG(LL_DEBUG, "Send container update itemLen %1, allocLen %2, EntryNum %3", size, total,
+                container.entries.size());
+        messages.back().push_back(std::move(container));
+    }
+    return messages;
 }
 
 }  // namespace
@@ -161,12 +213,11 @@ bool KCPMsgConvertor::SendGlobalProperties(uint8_t operation,
 
 bool KCPMsgConvertor::SendIdList(uint16_t dataType, const std::vector<std::string>& ids) {
     const size_t perMessage = kListBudget / *KcpIdListCodec::Width(dataType);
-    const size_t count = (ids.size() + perMessage - 1) / perMessage;
-    return SendSequence(*this, count, [&](size_t i, bool more, std::vector<uint8_t>& out) {
-        const auto first = ids.begin() + static_cast<long>(i * perMessage);
-        const auto last = ids.begin() + static_cast<long>(std::min(ids.size(), (i + 1) * perMessage));
-        return KcpIdListCodec::BuildMessage(dataType, {first, last}, more, out);
-    });
+    return SendSequence(*this, GroupCount(ids.size(), perMessage),
+                        [&](size_t i, bool more, std::vector<uint8_t>& out) {
+                            return KcpIdListCodec::BuildMessage(dataType, Group(ids, perMessage, i),
+                                                                more, out);
+                        });
 }
 
 bool KCPMsgConvertor::SendLists(const std::vector<std::string>& containers,
@@ -180,6 +231,29 @@ bool KCPMsgConvertor::SendLists(const std::vector<std::string>& containers,
 
 bool KCPMsgConvertor::SendHDSList(const std::vector<std::string>& ids) {
     return SendIdList(KCP_HDS_LIST_UPDATE, ids);
+}
+
+bool KCPMsgConvertor::SendPortContainerList(const std::string& vifId,
+                                            const std::vector<std::string>& containers) {
+    // The port's own VIF ID takes one ID's room in every message.
+    const size_t perMessage = kListBudget / KCP_VIF_ID_LEN - 1;
+    // An empty list still goes out, as the port's VIF ID alone.
+    const size_t count = std::max<size_t>(1, GroupCount(containers.size(), perMessage));
+    return SendSequence(*this, count, [&](size_t i, bool more, std::vector<uint8_t>& out) {
+        return KcpPortContainerListCodec::BuildMessage({vifId, Group(containers, perMessage, i)},
+                                                       more, out);
+    });
+}
+
+bool KCPMsgConvertor::SendContainerUpdate(std::vector<ContainerInfo> containers) {
+    bool complete = true;
+    const auto messages = PackContainers(std::move(containers), complete);
+    // Each message stands alone, so none carries the more bit.
+    const bool sent =
+        SendSequence(*this, messages.size(), [&](size_t i, bool, std::vector<uint8_t>& out) {
+            return KcpContainerUpdateCodec::BuildMessage(messages[i], false, out);
+        });
+    return sent && complete;
 }
 
 bool KCPMsgConvertor::SendEmptyList(uint16_t dataType) {

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "port/conversion/DPUpdate.h"
+#include "port/kcp/KcpContainerRecord.h"
 #include "port/kcp/KcpPropertyUpdate.h"
 #include "zef/IRefCountable.h"
 #include "zef/RefCounted.h"
@@ -13,6 +14,9 @@
 namespace CfgAgent {
 
 class IConfigApp;
+
+// The codec's record already holds every field a container update carries.
+using ContainerInfo = KcpContainerRecord;
 
 // Turns the converters' updates into KCP Update messages no longer than the
 // link's buffer, cutting lists, records and values where they must be cut,
@@ -25,6 +29,9 @@ public:
     static constexpr size_t kMaxGlobalTlv = 10164;
     static constexpr size_t kGlobalPiece = 10160;
     static constexpr size_t kListBudget = 10231;
+    static constexpr size_t kLinkBuffer = 10240;
+    // What the container packing counts before the first record.
+    static constexpr size_t kContainerTotalStart = 4;
 
     explicit KCPMsgConvertor(IConfigApp& owner) : _owner(owner) {}
     ~KCPMsgConvertor() override = default;
@@ -36,6 +43,10 @@ public:
     bool SendLists(const std::vector<std::string>& containers, const std::vector<std::string>& ports,
                    const std::vector<std::string>& taknics);
     bool SendHDSList(const std::vector<std::string>& ids);
+    bool SendPortContainerList(const std::string& vifId,
+                               const std::vector<std::string>& containers);
+    // False when a record fits no message; it is left out and the rest go.
+    bool SendContainerUpdate(std::vector<ContainerInfo> containers);
     bool SendEmptyList(uint16_t dataType);
 
     // The property messages an update becomes, as the batches of records

@@ -2,12 +2,16 @@
 
 #include <gtest/gtest.h>
 
+#include <utility>
+
 #include "log/LogLevel.h"
 #include "dplink/BigEndian.h"
 #include "port/session/IConfigApp.h"
+#include "port/kcp/KcpContainerUpdateCodec.h"
 #include "port/kcp/KcpHdsUpdateCodec.h"
 #include "port/kcp/KcpIdListCodec.h"
 #include "port/kcp/KcpMessage.h"
+#include "port/kcp/KcpPortContainerListCodec.h"
 #include "port/kcp/KcpPropertyUpdateCodec.h"
 #include "port/kcp/KcpTypes.h"
 #include "port/kcp/KcpUpdateCodec.h"
@@ -42,6 +46,59 @@ protected:
         auto data = KcpMessage::FirstData(message);
         EXPECT_TRUE(data && KcpPropertyUpdateCodec::Decode(data->Type(), data->Value(), update));
         return update;
+    }
+    // (IDs, more bit) of each Port ContainerList message sent for `count`
+    // containers, after checking each message's size and parent and that the
+    // messages together carry the whole list in order.
+    std::vector<std::pair<size_t, bool>> PortContainerShape(size_t count) {
+        _link.sent.clear();
+        const std::vector<std::string> containers = Names(count);
+        EXPECT_TRUE(_convertor->SendPortContainerList("vif-parent", containers));
+        std::vector<std::pair<size_t, bool>> shape;
+        std::vector<std::string> carried;
+        for (const Message& message : _link.sent) {
+            KcpPortContainerList list;
+            auto data = KcpMessage::FirstData(message);
+            EXPECT_TRUE(data && KcpPortContainerListCodec::Decode(data->Value(), list));
+            EXPECT_EQ(DataType(message), KCP_PORT_CONTAINER_LIST_UPDATE);
+            EXPECT_EQ(list.vifId, "vif-parent");
+            // 4 message head, 1 flag, 4 data head, 48 parent, 48 per container.
+            EXPECT_EQ(message.size(), 57u + 48 * list.containerVifIds.size());
+            shape.emplace_back(list.containerVifIds.size(), KcpMessage::More(message));
+            carried.insert(carried.end(), list.containerVifIds.begin(), list.containerVifIds.end());
+        }
+        EXPECT_EQ(carried, containers);
+        return shape;
+    }
+    std::vector<KcpContainerRecord> Containers(const Message& message) {
+        std::vector<KcpContainerRecord> records;
+        auto data = KcpMessage::FirstData(message);
+        EXPECT_TRUE(data && KcpContainerUpdateCodec::Decode(data->Value(), records));
+        EXPECT_EQ(DataType(message), KCP_CONTAINER_UPDATE);
+        EXPECT_FALSE(KcpMessage::More(message));
+        return records;
+    }
+    // A container record of 202 + 23 x `entries` bytes.
+    static ContainerInfo Container(const std::string& cifId, size_t entries) {
+        ContainerInfo container{.cifId = cifId,
+                                .portId = "port-" + cifId,
+                                .vmPortId = "vm-port",
+                                .vmVifId = "vm-vif",
+                                .vlan = 10,
+                                .mac = {2, 0, 0, 0, 0, 1},
+                                .entries = {}};
+        for (size_t i = 0; i < entries; ++i) {
+            container.entries.push_back(
+                {i % 2 == 0, {10, 0, 0, static_cast<uint8_t>(i)}, {2, 0, 0, 0, 1, 2}});
+        }
+        return container;
+    }
+    static std::vector<std::string> CifIds(const std::vector<KcpContainerRecord>& records) {
+        std::vector<std::string> ids;
+        for (const KcpContainerRecord& record : records) {
+            ids.push_back(record.cifId);
+        }
+        return ids;
     }
     static std::vector<std::string> Names(size_t count) {
         std::vector<std::string> names;
@@ -157,6 +214,95 @@ TEST_F(KCPMsgConvertorTest, GlobalPropertiesAreCutAbove10164Bytes) {
     EXPECT_TRUE(KcpMessage::More(_link.sent[0]));
     EXPECT_TRUE(KcpMessage::More(_link.sent[1]));
     EXPECT_FALSE(KcpMessage::More(_link.sent[2]));
+}
+
+TEST_F(KCPMsgConvertorTest, AnEmptyPortContainerListIsTheParentAlone) {
+    ASSERT_TRUE(_convertor->SendPortContainerList("vif-parent", {}));
+    ASSERT_EQ(_link.sent.size(), 1u);
+    Message expected{0, 2, 0, 57, 0, 0, 9, 0, 52, 'v', 'i', 'f', '-', 'p', 'a', 'r', 'e', 'n', 't'};
+    expected.resize(57);
+    EXPECT_EQ(_link.sent[0], expected);
+}
+
+TEST_F(KCPMsgConvertorTest, PortContainerListsCarryAtMost212IdsBehindTheParent) {
+    using Shape = std::vector<std::pair<size_t, bool>>;
+    EXPECT_EQ(PortContainerShape(1), (Shape{{1, false}}));
+    EXPECT_EQ(PortContainerShape(212), (Shape{{212, false}}));
+    EXPECT_EQ(PortContainerShape(213), (Shape{{212, true}, {1, false}}));
+    // The second cut sees exactly 212 left: no more bit.
+    EXPECT_EQ(PortContainerShape(424), (Shape{{212, true}, {212, false}}));
+    EXPECT_EQ(PortContainerShape(425), (Shape{{212, true}, {212, true}, {1, false}}));
+}
+
+TEST_F(KCPMsgConvertorTest, ContainerRecordsGoOutWhole) {
+    ContainerInfo container = Container("cif-1", 2);
+    container.entries[1].ipv4 = false;
+    container.entries[1].ip = {0xfe, 0x80, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 9};
+    ASSERT_TRUE(_convertor->SendContainerUpdate({container}));
+    ASSERT_EQ(_link.sent.size(), 1u);
+    EXPECT_EQ(_link.sent[0].size(), 9u + 202 + 2 * 23);
+    EXPECT_EQ(Containers(_link.sent[0]), std::vector<KcpContainerRecord>{container});
+
+    _link.sent.clear();
+    EXPECT_TRUE(_convertor->SendContainerUpdate({}));
+    EXPECT_TRUE(_link.sent.empty());
+}
+
+// A record joins a message while 4 + the records so far + its own size stays below 10240.
+TEST_F(KCPMsgConvertorTest, ContainerRecordsArePackedWhileTheRunningTotalStaysBelow10240) {
+    // 22 x (202 + 230) + (202 + 529) = 10235: the total reaches 10239 and all share one message.
+    std::vector<ContainerInfo> full;
+    for (int i = 0; i < 22; ++i) {
+        full.push_back(Container("cif-" + std::to_string(i), 10));
+    }
+    full.push_back(Container("cif-last", 23));
+    ASSERT_TRUE(_convertor->SendContainerUpdate(full));
+    ASSERT_EQ(_link.sent.size(), 1u);
+    // The running total leaves out 5 of the 9 head bytes.
+    EXPECT_EQ(_link.sent[0].size(), 9u + 10235);
+    EXPECT_EQ(Containers(_link.sent[0]).size(), 23u);
+
+    // 8 x (202 + 920) + (202 + 1058) = 10236: the total would reach 10240, so
+    // the last record opens a second message.
+    _link.sent.clear();
+    std::vector<ContainerInfo> over;
+    for (int i = 0; i < 8; ++i) {
+        over.push_back(Container("cif-" + std::to_string(i), 40));
+    }
+    over.push_back(Container("cif-last", 46));
+    ASSERT_TRUE(_convertor->SendContainerUpdate(over));
+    ASSERT_EQ(_link.sent.size(), 2u);
+    EXPECT_EQ(_link.sent[0].size(), 9u + 8 * 1122);
+    EXPECT_EQ(Containers(_link.sent[0]).size(), 8u);
+    EXPECT_EQ(_link.sent[1].size(), 9u + 1260);
+    EXPECT_EQ(CifIds(Containers(_link.sent[1])), std::vector<std::string>{"cif-last"});
+}
+
+TEST_F(KCPMsgConvertorTest, AContainerRecordThatFitsNoMessageIsRefusedAndTheOthersGo) {
+    // 202 + 23 x 436 = 10230 still fits alone; 437 entries make 10253, and
+    // 4 + 10253 is not below 10240.
+    ASSERT_TRUE(_convertor->SendContainerUpdate({Container("cif-436", 436)}));
+    ASSERT_EQ(_link.sent.size(), 1u);
+    EXPECT_EQ(_link.sent[0].size(), 9u + 10230);
+
+    _link.sent.clear();
+    const int savedAgent = LogLevel::agent.exchange(LL_DEBUG);
+    const int savedConsole = LogLevel::console.exchange(1);
+    testing::internal::CaptureStdout();
+    const bool sent = _convertor->SendContainerUpdate(
+        {Container("cif-a", 1), Container("cif-huge", 437), Container("cif-b", 1)});
+    const std::string log = testing::internal::GetCapturedStdout();
+    LogLevel::console.store(savedConsole);
+    LogLevel::agent.store(savedAgent);
+
+    EXPECT_FALSE(sent);
+    ASSERT_EQ(_link.sent.size(), 1u);
+    EXPECT_EQ(_link.sent[0].size(), 9u + 2 * 225);
+    EXPECT_EQ(CifIds(Containers(_link.sent[0])), (std::vector<std::string>{"cif-a", "cif-b"}));
+    EXPECT_NE(log.find("Container update of CIF cif-huge refused"), std::string::npos) << log;
+    EXPECT_NE(log.find("Send container update itemLen 225, allocLen 454, EntryNum 1"),
+              std::string::npos)
+        << log;
 }
 
 }  // namespace

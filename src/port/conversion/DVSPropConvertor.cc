@@ -1196,6 +1196,9 @@ void DVSPropConvertor::OnHotmoveSyncTimer() {
         }
         if ((flags & KCP_SYNC_PORT_CONTAINER_LIST) != 0) {
             CFG_LOG(LL_INFO, "Do container list full sync(type %1)", flags);
+            // This host keeps no container interfaces of its own yet: the
+            // port's list is empty, and the kernel hears so.
+            _kcpMsgConvertor->SendPortContainerList(vifId, {});
         }
         if ((flags & KCP_SYNC_PORT_PROPERTIES) != 0) {
             CFG_LOG(LL_INFO, "Do full sync for VIF VIFID %1", vifId);

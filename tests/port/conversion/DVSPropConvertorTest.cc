@@ -17,6 +17,7 @@
 #include "port/session/IConfigApp.h"
 #include "port/kcp/KcpHdsUpdateCodec.h"
 #include "port/kcp/KcpIdListCodec.h"
+#include "port/kcp/KcpPortContainerListCodec.h"
 #include "port/kcp/KcpMessage.h"
 #include "port/kcp/KcpPropertyUpdateCodec.h"
 #include "port/kcp/KcpTypes.h"
@@ -56,6 +57,11 @@ public:
         if (data && data->Type() == KCP_HDS_LIST_UPDATE) {
             KcpIdListCodec::Decode(data->Type(), data->Value(), hdsList);
         }
+        KcpPortContainerList portContainers;
+        if (data && data->Type() == KCP_PORT_CONTAINER_LIST_UPDATE &&
+            KcpPortContainerListCodec::Decode(data->Value(), portContainers)) {
+            portContainerLists.push_back(portContainers);
+        }
         if (data && data->Type() == KCP_TAKNIC_LIST_UPDATE) {
             KcpIdListCodec::Decode(data->Type(), data->Value(), taknicList);
         }
@@ -93,6 +99,7 @@ public:
     std::vector<std::string> hdsList;
     std::map<std::string, std::map<uint16_t, std::vector<uint8_t>>> taknics;
     std::vector<std::string> taknicList;
+    std::vector<KcpPortContainerList> portContainerLists;
     std::map<std::pair<std::string, uint8_t>, int> pushes;
 };
 
@@ -458,6 +465,17 @@ TEST_F(DVSPropConvertorTest, HotmoveQueueMergesFlagsPerVif) {
     EXPECT_EQ(_convertor->HotmoveQueue().size(), 2u);
     _convertor->RemoveFromHotmoveQueue("vif-8");
     EXPECT_EQ(_convertor->HotmoveQueue().size(), 1u);
+
+    // Once its logical port is there, the container list goes out: empty, as
+    // this host knows no container interfaces of the port.
+    ConfigureUnblockedPort();
+    Store(LOG_SWITCH_PORT_CONFIG, kPort, LSP_ATTACHMENT, PortValue([](auto& c) { c.mutable_attachment()->set_id("vif-9"); }));
+    Connect("vif-9", kPort);
+    _convertor->OnHotmoveSyncTimer();
+    EXPECT_TRUE(_convertor->HotmoveQueue().empty());
+    ASSERT_EQ(_kernel.portContainerLists.size(), 1u);
+    EXPECT_EQ(_kernel.portContainerLists[0].vifId, "vif-9");
+    EXPECT_TRUE(_kernel.portContainerLists[0].containerVifIds.empty());
     _convertor->Stop();
 }
 

@@ -13,6 +13,7 @@
 
 #include "host/HostPaths.h"
 #include "log/LogTables.h"
+#include "log/SyslogLink.h"
 #include "log/TenantContext.h"
 
 namespace CfgAgent {
@@ -84,13 +85,12 @@ void ApplySyslogMethod() {
         errno = 0;
         long port = std::strtol(method, &end, 10);
         if (*end != '\0' || errno != 0 || port <= 0) {
-            syslog(LOG_ERR,
-                   "Invalid UDP port provided in ZEF_SYSLOG_METHOD environment variable: %s. Using "
-                   "default syslog UDP port",
-                   method);
+            SyslogLink::Process().Send(LOG_ERR, std::string("Invalid UDP port provided in ZEF_SYSLOG_METHOD environment "
+                                                  "variable: ") +
+                                          method + ". Using default syslog UDP port");
         }
     }
-    syslog(LOG_INFO, "Use default syslog");
+    SyslogLink::Process().Send(LOG_INFO, "Use default syslog");
 }
 
 // The log data files and the syslog method are settled before main runs.
@@ -223,11 +223,11 @@ Logger::Lines Logger::Render() const {
 
 void Logger::Emit() const {
     if (_level < LL_FATAL || _level > LL_TRACE) {
-        syslog(LOG_ERR, "Invalid log level %d", _level);
+        SyslogLink::Process().Send(LOG_ERR, "Invalid log level " + std::to_string(_level));
         return;
     }
     Lines lines = Render();
-    syslog(kSyslogFacility | lines.severity, "%s", lines.syslog.c_str());
+    SyslogLink::Process().Send(kSyslogFacility | lines.severity, lines.syslog);
     if (LogLevel::console.load(std::memory_order_relaxed) != 0) {
         std::fwrite(lines.console.data(), 1, lines.console.size(), stdout);
         std::fflush(stdout);

@@ -30,6 +30,7 @@
 #include "frame/ShaStatus.h"
 #include "frame/WorkGroup.h"
 #include "log/Logger.h"
+#include "log/SyslogLink.h"
 #include "log/zef/Logger.h"
 #include "product.pb.h"
 #include "sha.pb.h"
@@ -123,7 +124,7 @@ int Agent::Main(int argc, char** argv) {
         return Run([&held] { held.Release(); });
     } catch (const std::bad_alloc&) {
         CFG_LOG(LL_ERROR, "Failed to run zef-cfgagent");
-        syslog(LOG_ERR, "CFGAGENT_ALLOC_FAIL : CfgAgent error: no memory!");
+        SyslogLink::Process().Send(LOG_ERR, "CFGAGENT_ALLOC_FAIL : CfgAgent error: no memory!");
         std::fflush(nullptr);
         std::_Exit(1);
     } catch (const std::exception& e) {
@@ -172,8 +173,8 @@ void Agent::ApplyLogSettings() {
     zef::sha::library_log_level = s.shaLogLevel;
     zef::wft::library_log_level = s.workflowLogLevel;
     zef::wft::WorkflowUtil::SetTraceLevel(static_cast<uint8_t>(s.workflowTraceLevel));
-    openlog("cfgAgent", LOG_PID, LOG_DAEMON);
-    setlogmask(0xff);
+    // Every priority passes, as a mask of 0xff would let it.
+    SyslogLink::Process().Open("cfgAgent", LOG_PID, LOG_DAEMON);
     CFG_LOG(LL_INFO, "Workflow tracing set trace_level %1 log_level %2", s.workflowTraceLevel,
             s.workflowLogLevel);
     CFG_LOG(LL_INFO, "Build Number: %1", ZEF_BUILD_STRING);

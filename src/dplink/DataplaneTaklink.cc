@@ -19,6 +19,7 @@
 #include "frame/WorkItemImpl.h"
 #include "dplink/LinkSocket.h"
 #include "log/Logger.h"
+#include "log/SyslogLink.h"
 #include "zef/taklink/TaklinkSocket.h"
 
 namespace CfgAgent {
@@ -362,7 +363,7 @@ void DataplaneTaklink::receiveLoop() {
         }
         Block block(static_cast<unsigned char*>(std::calloc(static_cast<size_t>(length), 1)));
         if (!block) {
-            syslog(LOG_ERR, "%s", "CFGAGENT_ALLOC_FAIL : CfgAgent error: no memory!");
+            SyslogLink::Process().Send(LOG_ERR, "CFGAGENT_ALLOC_FAIL : CfgAgent error: no memory!");
             std::fflush(nullptr);
             std::exit(1);
         }

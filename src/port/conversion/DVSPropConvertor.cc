@@ -75,6 +75,16 @@ constexpr const char* kSpfPrefix = "spfPort";
 
 bool IsSpfPort(const PortEntry& port) { return StartsWith(port.portId, kSpfPrefix); }
 
+// What the kernel's report says of a port, before the tables add theirs.
+PortEntry ReportedEntry(const VifInfo& vif) {
+    PortEntry entry;
+    entry.switchId = vif.switchId;
+    entry.portId = vif.portId;
+    entry.vifId = vif.vifId;
+    entry.type = vif.type;
+    return entry;
+}
+
 // The properties a port reads from its logical port, in the order they are built.
 constexpr uint32_t kPortBuildOrder[] = {
     LSP_SWITCH_ID,      LSP_IP_DISCOVERY,    LSP_SWITCH_SECURITY,   LSP_QOS,
@@ -253,11 +263,7 @@ void DVSPropConvertor::SendMacLearnStatic(const PortEntry& port, bool enable) {
 }
 
 void DVSPropConvertor::ConnectSpfPort(const VifInfo& vif) {
-    PortEntry entry;
-    entry.switchId = vif.switchId;
-    entry.portId = vif.portId;
-    entry.vifId = vif.vifId;
-    entry.type = vif.type;
+    PortEntry entry = ReportedEntry(vif);
     entry.lsId = ServicePlaneSwitch();
     if (entry.lsId.IsNil()) {
         CFG_LOG(LL_ERROR, "Cannot get LogSwitch for SPF port");
@@ -1095,11 +1101,7 @@ Uuid DVSPropConvertor::LogicalPortOf(const std::string& portId) const {
 }
 
 PortEntry DVSPropConvertor::CreatePortEntry(const VifInfo& vif) const {
-    PortEntry entry;
-    entry.switchId = vif.switchId;
-    entry.portId = vif.portId;
-    entry.vifId = vif.vifId;
-    entry.type = vif.type;
+    PortEntry entry = ReportedEntry(vif);
     entry.lspId = LogicalPortOf(vif.portId);
     halden::zef::loftdb::LogSwitchPortConfigMsg port;
     if (StoredPort(_configTable, LSP_SWITCH_ID, entry.lspId, port) && port.has_switch_id()) {

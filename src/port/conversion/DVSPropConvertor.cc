@@ -152,7 +152,10 @@ bool DVSPropConvertor::Send(const DPUpdate& update) {
 void DVSPropConvertor::ProcessConfigPropertyUpdate(uint32_t objectType, const std::string& id,
                                                    uint32_t operation, uint32_t propertyType,
                                                    const std::string& value) {
-    if (objectType == LOG_SWITCH_CONFIG && operation == OP_UPDATE) {
+    // Only a type or subtype can make a switch newly service plane; an SPF
+    // port that took it already gets its changes through the switch index.
+    if (objectType == LOG_SWITCH_CONFIG && operation == OP_UPDATE &&
+        (propertyType == LS_TYPE || propertyType == LS_SP_SUBTYPE)) {
         OfferSwitchToSpfPorts(IdOf(id));
     }
     if (objectType == LOG_SWITCH_PORT_CONFIG && PortsOfLogicalPort(id).empty()) {

@@ -23,6 +23,7 @@
 #include "cache/StateCache.h"
 #include "cache/StateCacheObserver.h"
 #include "cli/CliServer.h"
+#include "frame/StageClock.h"
 #include "frame/AgentConfig.h"
 #include "frame/AppEntry.h"
 #include "host/Endpoints.h"
@@ -210,6 +211,7 @@ int Agent::Run(const std::function<void()>& providerStands) {
     CFG_LOG(LL_INFO, "Instrument configCache %1 l2Cache %2 l3Cache %3 loftdbClient %4",
             settings.instrumentConfigCache, settings.instrumentL2Cache,
             settings.instrumentL3Cache, settings.instrumentLoftdbClient);
+    StageClock::Enable(settings.instrumentConfigCache || settings.instrumentLoftdbClient);
 
     NodeType::Detect();
     if (!NodeType::LogAndCheck()) {

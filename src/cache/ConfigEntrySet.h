@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstdint>
-#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -13,6 +12,8 @@ namespace CfgAgent {
 
 // The indexed rows of one side of the config table. Lookups by (id, type),
 // (id, property), (type, property) and id; stale rows are found by a walk.
+// Rows are kept per object, so that an object's id and bookkeeping are
+// stored once however many properties it has.
 class ConfigEntrySet {
 public:
     ConfigEntrySet();
@@ -30,21 +31,27 @@ public:
 
     bool HasObject(const std::string& id, uint32_t type) const;
     std::optional<ConfigEntry> FindProperty(const std::string& id, uint32_t property) const;
-    void SetValue(const std::string& id, uint32_t property, const std::string& value);
+    // The stored value of one property of one object, without a copy; valid
+    // until the set changes.
+    const std::string* FindValue(const std::string& id, uint32_t type, uint32_t property) const;
+    // The type of the first object with that id, if any.
+    std::optional<uint32_t> TypeOf(const std::string& id) const;
+    void SetValue(const std::string& id, uint32_t property, std::string value);
     void Confirm(const std::string& id, uint32_t type, uint32_t property, uint32_t version);
 
     std::vector<ConfigEntry> ByType(uint32_t type, uint32_t property) const;
     std::vector<ConfigEntry> ById(const std::string& id) const;
     std::vector<ConfigEntry> ByIdAndType(const std::string& id, uint32_t type) const;
-    // Every row in the set's order, `limit` at most.
+    // Every row, objects in the order they came, `limit` at most.
     std::vector<ConfigEntry> All(size_t limit = SIZE_MAX) const;
 
-    size_t Count() const;
+    size_t Count() const { return _count; }
     size_t Bytes() const { return _bytes; }
 
 private:
-    struct Rows;
-    std::unique_ptr<Rows> _rows;
+    struct Index;
+    std::unique_ptr<Index> _index;
+    size_t _count = 0;
     size_t _bytes = 0;
 };
 

@@ -2,11 +2,13 @@
 
 #include <map>
 #include <mutex>
+#include <optional>
 
 #include "cache/PropertyDiff.h"
 #include "frame/AgentConfig.h"
 #include "frame/AgentLock.h"
 #include "frame/DelayLog.h"
+#include "frame/StageClock.h"
 #include "log/Logger.h"
 #include "frame/vocabulary/UpdateOperation.h"
 #include "frame/vocabulary/UuidText.h"
@@ -17,9 +19,9 @@ namespace {
 
 using Lock = std::lock_guard<std::recursive_mutex>;
 
-LoftDBUpdateMsg DeleteRecord(const ConfigEntry& entry, const std::string& traceInfo) {
-    LoftDBUpdateMsg record(entry.objectType, entry.objectId, OP_DELETE, entry.propertyType,
-                           entry.value);
+LoftDBUpdateMsg DeleteRecord(ConfigEntry& entry, const std::string& traceInfo) {
+    LoftDBUpdateMsg record(entry.objectType, std::move(entry.objectId), OP_DELETE,
+                           entry.propertyType, std::move(entry.value));
     record.traceInfo = traceInfo;
     return record;
 }
@@ -39,14 +41,29 @@ LoftDBUpdateList ValueChanges(const LoftDBUpdateMsg& record, const std::string& 
 
 }  // namespace
 
-bool StateCacheConfigTable::Apply(Side& side, const LoftDBUpdateList& list, bool isFullSync,
+bool StateCacheConfigTable::Apply(Side& side, LoftDBUpdateList& list, bool isFullSync,
                                   bool diffProperties, LoftDBUpdateList& changes) {
-    for (const LoftDBUpdateMsg& record : list) {
+    // Each record is consumed as it is applied: a record that is itself the
+    // change moves over to the changes, any other is freed at once, so a full
+    // load never holds its records twice.
+    while (!list.empty()) {
+        // Whatever the record's fate, it has left the list at the end of the turn.
+        struct Consumed {
+            LoftDBUpdateList& list;
+            bool moved = false;
+            ~Consumed() {
+                if (!moved) {
+                    list.pop_front();
+                }
+            }
+        } consumed{list};
+        LoftDBUpdateMsg& record = list.front();
         // Changes of a type nobody observes would never be told: none are made.
         const bool heard = side.observers.Observed(record.objectType);
-        auto tell = [&](LoftDBUpdateMsg change) {
+        auto tellRecord = [&] {
             if (heard) {
-                changes.push_back(std::move(change));
+                changes.splice(changes.end(), list, list.begin());
+                consumed.moved = true;
             }
         };
         if (record.objectType == 0) {
@@ -57,55 +74,36 @@ bool StateCacheConfigTable::Apply(Side& side, const LoftDBUpdateList& list, bool
         if (record.operation == OP_DELETE && object) {
             CFG_LOG(LL_INFO, "ConfigCache: Remove object %1 type %2",
                     UuidBytesToString(record.objectId), record.objectType);
-            for (const ConfigEntry& erased : side.rows.EraseObject(record.objectId, record.objectType)) {
-                if (erased.propertyType != 0) {
-                    tell(DeleteRecord(erased, record.traceInfo));
+            for (ConfigEntry& erased : side.rows.EraseObject(record.objectId, record.objectType)) {
+                if (erased.propertyType != 0 && heard) {
+                    changes.push_back(DeleteRecord(erased, record.traceInfo));
                 }
             }
-            LoftDBUpdateMsg gone = record;
-            gone.propertyValue.clear();
-            tell(std::move(gone));
+            record.propertyValue.clear();
+            tellRecord();
         } else if (record.operation == OP_UPDATE && object) {
             if (!side.rows.HasObject(record.objectId, record.objectType)) {
                 CFG_LOG(LL_INFO, "ConfigCache: Add object %1 type %2",
                         UuidBytesToString(record.objectId), record.objectType);
                 side.rows.Insert({record.objectId, record.objectType, 0, {}, side.version});
-                tell(record);
+                tellRecord();
             } else if (isFullSync) {
                 side.rows.Confirm(record.objectId, record.objectType, 0, side.version);
             } else {
                 CFG_LOG(LL_TRACE, "ConfigCache: create existing object operation!");
             }
         } else if (record.operation == OP_DELETE) {
-            for (const ConfigEntry& erased :
+            for (ConfigEntry& erased :
                  side.rows.EraseProperty(record.objectId, record.propertyType)) {
                 CFG_LOG(LL_DEBUG, "ConfigCache: Remove object %1 property %2",
                         UuidBytesToString(erased.objectId), erased.propertyType);
-                tell(DeleteRecord(erased, record.traceInfo));
+                if (heard) {
+                    changes.push_back(DeleteRecord(erased, record.traceInfo));
+                }
             }
         } else if (record.operation == OP_UPDATE) {
-            std::optional<ConfigEntry> current =
-                side.rows.FindProperty(record.objectId, record.propertyType);
-            if (!current) {
-                CFG_LOG(LL_DEBUG, "ConfigCache: Add object %1 property %2",
-                        UuidBytesToString(record.objectId), record.propertyType);
-                side.rows.Insert({record.objectId, record.objectType, record.propertyType,
-                                  record.propertyValue, side.version});
-                tell(record);
-                continue;
-            }
-            if (current->value != record.propertyValue) {
-                if (heard) {
-                    changes.splice(changes.end(),
-                                   ValueChanges(record, current->value, diffProperties));
-                }
-                CFG_LOG(LL_DEBUG, "ConfigCache: Update object %1 property %2",
-                        UuidBytesToString(record.objectId), record.propertyType);
-                side.rows.SetValue(record.objectId, record.propertyType, record.propertyValue);
-            }
-            if (isFullSync) {
-                side.rows.Confirm(record.objectId, record.objectType, record.propertyType,
-                                  side.version);
+            if (ApplyValue(side, record, isFullSync, diffProperties, heard, changes)) {
+                tellRecord();
             }
         } else {
             CFG_LOG(LL_ERROR, "ConfigCache: unsupported operation %1", record.operation)
@@ -116,9 +114,35 @@ bool StateCacheConfigTable::Apply(Side& side, const LoftDBUpdateList& list, bool
     return true;
 }
 
-void StateCacheConfigTable::Update(Side& side, const LoftDBUpdateList& list, bool isFullSync,
+bool StateCacheConfigTable::ApplyValue(Side& side, LoftDBUpdateMsg& record, bool isFullSync,
+                                       bool diffProperties, bool heard, LoftDBUpdateList& changes) {
+    const std::string* current =
+        side.rows.FindValue(record.objectId, record.objectType, record.propertyType);
+    if (current == nullptr) {
+        CFG_LOG(LL_DEBUG, "ConfigCache: Add object %1 property %2",
+                UuidBytesToString(record.objectId), record.propertyType);
+        side.rows.Insert({record.objectId, record.objectType, record.propertyType,
+                          record.propertyValue, side.version});
+        return true;
+    }
+    if (*current != record.propertyValue) {
+        if (heard) {
+            changes.splice(changes.end(), ValueChanges(record, *current, diffProperties));
+        }
+        CFG_LOG(LL_DEBUG, "ConfigCache: Update object %1 property %2",
+                UuidBytesToString(record.objectId), record.propertyType);
+        side.rows.SetValue(record.objectId, record.propertyType, std::move(record.propertyValue));
+    }
+    if (isFullSync) {
+        side.rows.Confirm(record.objectId, record.objectType, record.propertyType, side.version);
+    }
+    return false;
+}
+
+void StateCacheConfigTable::Update(Side& side, LoftDBUpdateList list, bool isFullSync,
                                    bool desired) {
     Lock guard(agentLock());
+    const uint64_t began = StageClock::Enabled() ? StageClock::Now() : 0;
     // A full sync starts a generation; what it does not confirm is stale.
     // An empty runtime full sync confirms nothing, so everything goes.
     const bool newGeneration = isFullSync && (desired || !list.empty());
@@ -134,11 +158,16 @@ void StateCacheConfigTable::Update(Side& side, const LoftDBUpdateList& list, boo
             side.rows.EraseOlderThan(newGeneration ? side.version : side.version + 1);
         LoftDBUpdateList properties;
         LoftDBUpdateList objects;
-        for (const ConfigEntry& entry : stale) {
-            (entry.propertyType != 0 ? properties : objects).push_back(DeleteRecord(entry, {}));
+        for (ConfigEntry& entry : stale) {
+            if (side.observers.Observed(entry.objectType)) {
+                (entry.propertyType != 0 ? properties : objects).push_back(DeleteRecord(entry, {}));
+            }
         }
         properties.splice(properties.end(), objects);
         changes.splice(changes.begin(), properties);
+    }
+    if (began != 0) {
+        StageClock::Add(StageClock::Table, StageClock::Now() - began);
     }
     bool flag = false;
     if (!side.updated) {
@@ -146,37 +175,54 @@ void StateCacheConfigTable::Update(Side& side, const LoftDBUpdateList& list, boo
         flag = isFullSync;
     }
     if (flag || !changes.empty()) {
-        Notify(side, changes, flag, desired);
+        Notify(side, std::move(changes), flag, desired);
     }
 }
 
 void StateCacheConfigTable::UpdateDesiredState(const LoftDBUpdateList& list, bool isFullSync) {
+    TakeDesiredState(LoftDBUpdateList(list), isFullSync);
+}
+
+void StateCacheConfigTable::TakeDesiredState(LoftDBUpdateList list, bool isFullSync) {
     DelayLog delay(Instrumented(), "ConfigCache UpdateDesiredState");
-    Update(_desired, list, isFullSync, true);
+    Update(_desired, std::move(list), isFullSync, true);
 }
 
 void StateCacheConfigTable::UpdateRuntimeState(const LoftDBUpdateList& list, bool isFullSync) {
     Update(_runtime, list, isFullSync, false);
 }
 
-void StateCacheConfigTable::Notify(Side& side, const LoftDBUpdateList& changes, bool flag,
-                                   bool desired) {
+void StateCacheConfigTable::Notify(Side& side, LoftDBUpdateList changes, bool flag, bool desired) {
     std::map<SCConfigTableObserver*, LoftDBUpdateList> lists;
+    std::optional<StageScope> sorting(StageClock::Observers);
     if (flag) {
         for (SCConfigTableObserver* observer : side.observers.Ordered()) {
             lists[observer];
         }
     }
-    for (const LoftDBUpdateMsg& change : changes) {
-        side.observers.ForType(change.objectType, [&](SCConfigTableObserver* observer) {
-            lists[observer].push_back(change);
-        });
+    // Every observer but the last of a record gets a copy; the last takes it.
+    std::vector<SCConfigTableObserver*> told;
+    while (!changes.empty()) {
+        told.clear();
+        side.observers.ForType(changes.front().objectType,
+                               [&](SCConfigTableObserver* observer) { told.push_back(observer); });
+        if (told.empty()) {
+            changes.pop_front();
+            continue;
+        }
+        for (size_t i = 0; i + 1 < told.size(); ++i) {
+            lists[told[i]].push_back(changes.front());
+        }
+        LoftDBUpdateList& last = lists[told.back()];
+        last.splice(last.end(), changes, changes.begin());
     }
+    sorting.reset();
     for (SCConfigTableObserver* observer : side.observers.Ordered()) {
         auto it = lists.find(observer);
         if (it == lists.end()) {
             continue;
         }
+        StageScope stage(StageClock::Application);
         if (desired) {
             DelayLog delay(Instrumented(), "ConfigCache NotifyDesiredStateObservers");
             observer->ProcessConfigDesiredStateUpdate(it->second, flag);
@@ -247,33 +293,34 @@ bool StateCacheConfigTable::GetObjectsByType(uint32_t objectType, uint32_t prope
 bool StateCacheConfigTable::GetObjectProperty(uint32_t objectType, uint32_t propertyType,
                                               const std::string& id, std::string& value) {
     Lock guard(agentLock());
-    for (const ConfigEntry& entry : _desired.rows.ByIdAndType(id, objectType)) {
-        if (entry.propertyType == propertyType) {
-            value = entry.value;
-            return true;
-        }
+    const std::string* found = _desired.rows.FindValue(id, objectType, propertyType);
+    if (found == nullptr) {
+        return false;
     }
-    return false;
+    value = *found;
+    return true;
 }
 
 bool StateCacheConfigTable::GetPropertyValue(const std::string& id, uint32_t propertyType,
                                              std::string& value) {
     Lock guard(agentLock());
-    std::vector<ConfigEntry> rows = _desired.rows.ById(id);
-    if (rows.empty()) {
+    std::optional<uint32_t> type = _desired.rows.TypeOf(id);
+    if (!type) {
         CFG_LOG(LL_DEBUG, "ConfigCache: property does not exist: %1, %2 with type: %3",
                 UuidBytesToString(id), propertyType, "");
         return false;
     }
-    for (const ConfigEntry& entry : rows) {
-        if (entry.propertyType != 0 && entry.propertyType == propertyType) {
-            value = entry.value;
-            return true;
-        }
+    std::optional<ConfigEntry> entry;
+    if (propertyType != 0) {
+        entry = _desired.rows.FindProperty(id, propertyType);
     }
-    CFG_LOG(LL_DEBUG, "ConfigCache: object exists, but property does not exist: %1, %2, %3",
-            UuidBytesToString(id), rows.front().objectType, propertyType);
-    return false;
+    if (!entry) {
+        CFG_LOG(LL_DEBUG, "ConfigCache: object exists, but property does not exist: %1, %2, %3",
+                UuidBytesToString(id), *type, propertyType);
+        return false;
+    }
+    value = std::move(entry->value);
+    return true;
 }
 
 std::vector<ConfigEntry> StateCacheConfigTable::GetObjectById(const std::string& id) {
@@ -310,12 +357,12 @@ std::vector<std::string> StateCacheConfigTable::GetIdsOfType(uint32_t objectType
 
 bool StateCacheConfigTable::GetObjectType(const std::string& id, uint32_t& objectType) {
     Lock guard(agentLock());
-    std::vector<ConfigEntry> rows = _desired.rows.ById(id);
-    if (rows.empty()) {
+    std::optional<uint32_t> type = _desired.rows.TypeOf(id);
+    if (!type) {
         CFG_LOG(LL_DEBUG, "ConfigCache: object does not exist: objectId %1", UuidBytesToString(id));
         return false;
     }
-    objectType = rows.front().objectType;
+    objectType = *type;
     return true;
 }
 

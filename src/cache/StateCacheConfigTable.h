@@ -15,6 +15,7 @@ class StateCacheConfigTable : public zef::RefCounted<StateCacheConfigTable, Comp
                               public IStateCacheConfigTable {
 public:
     void UpdateDesiredState(const LoftDBUpdateList& list, bool isFullSync) override;
+    void TakeDesiredState(LoftDBUpdateList list, bool isFullSync) override;
     void UpdateRuntimeState(const LoftDBUpdateList& list, bool isFullSync) override;
 
     bool RegisterDesiredStateObserver(uint32_t objectType, SCConfigTableObserver* observer) override;
@@ -48,11 +49,15 @@ private:
         ObserverRegistry<SCConfigTableObserver> observers;
     };
 
-    // Applies the records; false when the call must end without notifying.
-    bool Apply(Side& side, const LoftDBUpdateList& list, bool isFullSync, bool diffProperties,
+    // Applies and consumes the records; false when the call must end without
+    // notifying.
+    bool Apply(Side& side, LoftDBUpdateList& list, bool isFullSync, bool diffProperties,
                LoftDBUpdateList& changes);
-    void Notify(Side& side, const LoftDBUpdateList& changes, bool flag, bool desired);
-    void Update(Side& side, const LoftDBUpdateList& list, bool isFullSync, bool desired);
+    // A property's new value; true when the record itself is the change.
+    bool ApplyValue(Side& side, LoftDBUpdateMsg& record, bool isFullSync, bool diffProperties,
+                    bool heard, LoftDBUpdateList& changes);
+    void Notify(Side& side, LoftDBUpdateList changes, bool flag, bool desired);
+    void Update(Side& side, LoftDBUpdateList list, bool isFullSync, bool desired);
     bool RegisterObserver(Side& side, const char* sideName, uint32_t objectType,
                           SCConfigTableObserver* observer);
     bool UnregisterObserver(Side& side, const char* sideName, SCConfigTableObserver* observer);

@@ -15,6 +15,7 @@
 #include <utility>
 
 #include "frame/IoContexts.h"
+#include "frame/StageClock.h"
 #include "frame/WorkGroup.h"
 #include "frame/WorkItemImpl.h"
 #include "dplink/LinkSocket.h"
@@ -406,6 +407,7 @@ void DataplaneTaklink::sendLoop() {
         const int fd = socket->Fd();
         CFG_LOG(LL_DEBUG, "TakLink: %1: get a message from controller: %2, length: %3", _name,
                 static_cast<const void*>(message.get()), length);
+        StageScope stage(StageClock::LinkSend);
         int offset = 0;
         while (offset < length) {
             const ssize_t sent = TaklinkSocket::Send(fd, message.get() + offset,

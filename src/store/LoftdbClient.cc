@@ -10,6 +10,7 @@
 #include "frame/AgentConfig.h"
 #include "frame/DelayLog.h"
 #include "frame/NodeType.h"
+#include "frame/StageClock.h"
 #include "frame/WorkGroup.h"
 #include "frame/WorkItemImpl.h"
 #include "log/Logger.h"
@@ -184,6 +185,7 @@ void LoftdbClient::Route(LoftDBUpdateList records, std::span<const ComponentType
 }
 
 void LoftdbClient::MonitorUpdateCB(const MonitorUpdateMsg& update) {
+    StoreWaitEnded();
     const uint32_t type = update.object_type();
     if (type == OBJECT_TYPE_INVALID) {
         CFG_LOG(LL_ERROR, "LoftdbClient: received INVALID type msg from LoftDB")
@@ -196,12 +198,33 @@ void LoftdbClient::MonitorUpdateCB(const MonitorUpdateMsg& update) {
         return;
     }
     for (const StoreTypes::Delivery* delivery : {&row->delivery, &row->second}) {
-        if (delivery->decode != nullptr) {
-            Route(delivery->decode(update), delivery->Receivers());
+        if (delivery->decode == nullptr) {
+            continue;
         }
+        LoftDBUpdateList records;
+        {
+            StageScope stage(StageClock::Decode);
+            records = delivery->decode(update);
+        }
+        StageScope stage(StageClock::Transaction);
+        Route(std::move(records), delivery->Receivers());
     }
     if (row->startsCradleVifWatch) {
         RegisterCradleVifMonitor();
+    }
+    StoreWaitBegins();
+}
+
+void LoftdbClient::StoreWaitBegins() {
+    if (StageClock::Enabled()) {
+        callbackEnded = StageClock::Now();
+    }
+}
+
+void LoftdbClient::StoreWaitEnded() {
+    if (callbackEnded != 0) {
+        StageClock::Add(StageClock::StoreWait, StageClock::Now() - callbackEnded);
+        callbackEnded = 0;
     }
 }
 
@@ -277,6 +300,8 @@ void LoftdbClient::RevertUPMContainerMapping(LoftDBUpdateList& list) {
 }
 
 void LoftdbClient::MonitorBarrierCB() {
+    StoreWaitEnded();
+    StageScope stage(StageClock::Transaction);
     lastBarrierTime = static_cast<uint64_t>(
         std::chrono::duration_cast<std::chrono::seconds>(
             std::chrono::steady_clock::now().time_since_epoch())
@@ -309,6 +334,9 @@ void LoftdbClient::MonitorBarrierCB() {
     transaction->updates = std::move(pending);
     transaction->isFullSync = isFullSync;
     transaction->transactionId = transactionId;
+    if (StageClock::Enabled()) {
+        transaction->closedAt = StageClock::Now();
+    }
     updateQueue->Put(std::move(transaction));
     pending.clear();
     if (isFullSync) {

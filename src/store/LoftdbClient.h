@@ -82,6 +82,10 @@ private:
     void Route(LoftDBUpdateList records, std::span<const ComponentType> to);
     void Merge(LoftDBUpdateList& list);
     void RevertUPMContainerMapping(LoftDBUpdateList& list);
+    // The store's share of a transaction: the library's time between two
+    // callbacks, from the end of an update to the next callback.
+    void StoreWaitBegins();
+    void StoreWaitEnded();
 
     const int clientId = kClientId;
     std::atomic<bool> channelUp{false};
@@ -99,6 +103,7 @@ private:
     mutable std::recursive_mutex statementsMutex;
     std::recursive_mutex writeMutex;
     uint64_t transactionId = 0;
+    uint64_t callbackEnded = 0;  // on the library's thread only
     uint64_t writeMessageId = 0;
     std::atomic<bool> writing{false};
     // Last: it goes first, so no callback runs into a half-destroyed client.

@@ -1,5 +1,6 @@
 #include "store/MsgDispatcher.h"
 
+#include "frame/StageClock.h"
 #include "frame/WorkGroup.h"
 #include "frame/WorkItemImpl.h"
 #include "log/Logger.h"
@@ -58,21 +59,28 @@ void MsgDispatcher::Run() {
     while (_running) {
         std::optional<std::unique_ptr<Transaction>> next = _queue->Get();
         if (next && *next) {
+            if ((*next)->closedAt != 0) {
+                StageClock::Add(StageClock::Queue, StageClock::Now() - (*next)->closedAt);
+            }
             Dispatch(**next);
+            if (StageClock::Enabled()) {
+                CFG_LOG(LL_INFO, "MsgDispatcher: stages %1", StageClock::Line());
+            }
         }
     }
 }
 
-void MsgDispatcher::Dispatch(const Transaction& transaction) {
+void MsgDispatcher::Dispatch(Transaction& transaction) {
     const char* mode = transaction.isFullSync ? "FullSync" : "delta update";
-    for (const auto& [type, list] : transaction.updates) {
+    // Each list is one component's alone, so it is handed over.
+    for (auto& [type, list] : transaction.updates) {
         zef::RefPtr<Component> component = Find(type);
         if (!component) {
             continue;
         }
         CFG_LOG(LL_INFO, "MsgDispatcher: dispatching object to component %1 (%2) ID %3",
                 CompTypeToString(type), mode, transaction.transactionId);
-        component->UpdateDesiredState(list, transaction.isFullSync);
+        component->TakeDesiredState(std::move(list), transaction.isFullSync);
     }
 }
 

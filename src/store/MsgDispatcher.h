@@ -30,7 +30,7 @@ public:
     // The loop; public for the work item.
     void Run();
     // Hands one transaction to its components, on the calling thread.
-    void Dispatch(const Transaction& transaction);
+    void Dispatch(Transaction& transaction);
 
 private:
     zef::RefPtr<Component> Find(ComponentType type);

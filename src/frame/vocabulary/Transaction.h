@@ -14,6 +14,8 @@ struct Transaction {
     std::map<ComponentType, LoftDBUpdateList> updates;
     bool isFullSync = false;
     uint64_t transactionId = 0;
+    // When the barrier closed it, on the stage clock; 0 when it does not run.
+    uint64_t closedAt = 0;
 };
 
 }  // namespace CfgAgent

@@ -146,15 +146,16 @@ class Stack:
                               check=True, **options)
 
     def start_agent(self):
-        """With the default configuration, or a copy at another agent log level."""
-        config = os.path.join(TOP, "config", "zef-cfgagent.xml")
+        """With a copy of the default configuration that runs the stage clock
+        (the config_cache instrument), at another agent log level if asked."""
+        with open(os.path.join(TOP, "config", "zef-cfgagent.xml")) as f:
+            text = f.read().replace("<config_cache>false</config_cache>",
+                                    "<config_cache>true</config_cache>")
         if self.log_level is not None:
-            with open(config) as f:
-                text = re.sub(r"<level>\d+</level>", "<level>%d</level>" % self.log_level,
-                              f.read(), count=1)
-            config = os.path.join(self.work, "agent.xml")
-            with open(config, "w") as f:
-                f.write(text)
+            text = re.sub(r"<level>\d+</level>", "<level>%d</level>" % self.log_level, text, count=1)
+        config = os.path.join(self.work, "agent.xml")
+        with open(config, "w") as f:
+            f.write(text)
         command_socket = os.path.join(self.root, "var/run/halden/zef-cfgagent/cfgagent-cli")
         self.agent = self.spawn("agent", ["src/zef-cfgagent", "-c", config],
                                 lambda: os.path.exists(command_socket))
@@ -336,6 +337,42 @@ def scan_agent_log(path):
     return (dispatched - up if up is not None and dispatched is not None else None), reopens
 
 
+STAGE_LINE = re.compile(r"MsgDispatcher: stages (.*)")
+STAGE_ITEM = re.compile(r"([a-z-]+) ([0-9.]+)s/(\d+)")
+
+
+def stage_lines(path):
+    """(time, {stage: (seconds, passes)}) of each stage line of the agent's
+    log; the figures are sums since the start."""
+    lines = []
+    with open(path, errors="replace") as f:
+        for line in f:
+            found = STAGE_LINE.search(line)
+            if found:
+                lines.append((utc_seconds(line.split(" ", 1)[0]),
+                              {name: (float(s), int(n)) for name, s, n in STAGE_ITEM.findall(found.group(1))}))
+    return lines
+
+
+def stage_breakdown(lines, updates_began, count):
+    """The full sync's stages, from the first line logged once the single
+    updates began (the lines come at the end of each transaction, so only
+    then has the full sync's last link send been counted; the one update in
+    it is negligible), and the mean single update's, from the last line
+    less that one."""
+    if not lines:
+        return None
+    if updates_began is None:
+        return {"full": lines[-1][1]}
+    after = [stages for when, stages in lines if when >= updates_began]
+    if not after:
+        return {"full": lines[-1][1]}
+    first, last = after[0], after[-1]
+    single = {name: ((last[name][0] - first[name][0]) / max(count - 1, 1),
+                     (last[name][1] - first[name][1]) / max(count - 1, 1)) for name in last}
+    return {"full": first, "single": single}
+
+
 def full_sync(stack, ports, switches):
     counts = [str(ports), str(switches)]
     stack.run(["bench/port_store"] + counts + ["load"])
@@ -404,6 +441,7 @@ def single_updates(stack, tail, ports, switches, count):
     seconds = []
     started = []
     wrong = 0
+    stack.updates_began = time.time()
     try:
         for k in range(count):
             tail.lines()
@@ -437,8 +475,13 @@ def measure(build, ports, switches, updates, keep, log_level):
         if updates:
             wait_at_rest(tail, table, time.time())
             seconds, wrong, slowest = single_updates(stack, tail, ports, switches, updates)
+            result["updates_began"] = stack.updates_began
             result.update(p50=percentile(seconds, 0.5), p99=percentile(seconds, 0.99),
                           updates=updates, wrong_block=wrong, slowest=slowest)
+            # The last update's stage line is written once it is dispatched.
+            time.sleep(1.0)
+        result["stages"] = stage_breakdown(stage_lines(stack.log("agent")),
+                                           result.get("updates_began"), updates)
     result["floor"] = floor(build, "full", ports, switches)["seconds"]
     return result
 
@@ -459,12 +502,41 @@ def rows(result, single):
     if result["store_load"] is not None:
         out.append(("  store full load: channel up to config table",
                     "%.2f s" % result["store_load"], "", ""))
+    stages = result.get("stages")
+    if stages and result["store_load"] is not None and "table" in stages["full"]:
+        seconds, records = stages["full"]["table"]
+        out.append(("  store road: channel up to config table applied",
+                    "%.2f s, %.0f k records/s" % (result["store_load"] + seconds,
+                                                   records / (result["store_load"] + seconds) / 1e3),
+                    "", ""))
+    out += stage_rows(stages)
     if "p50" in result:
         for name in ("p50", "p99"):
             floor_us = single[name + "_us"]
             out.append(("single update %s, %d ports at rest%s" % (name, n, level),
                         "%.2f ms" % (result[name] * 1e3), "%.1f us" % floor_us,
                         ratio(result[name] * 1e6, floor_us)))
+    return out
+
+
+STAGES = ("store-wait", "decode", "transaction", "queue", "table", "observers", "application",
+          "link-send")
+
+
+def stage_rows(stages):
+    """One row per stage: the full sync's seconds (and records or calls),
+    then the mean single update's microseconds."""
+    if not stages:
+        return []
+    out = []
+    for name in STAGES:
+        full = stages["full"].get(name)
+        if full is None:
+            continue
+        figure = "%.3f s / %d" % full
+        if "single" in stages:
+            figure += ", %.0f us" % (stages["single"][name][0] * 1e6)
+        out.append(("  stage %s: full sync s / passes, single update" % name, figure, "", ""))
     return out
 
 

@@ -143,6 +143,7 @@ void StateCacheConfigTable::Update(Side& side, LoftDBUpdateList list, bool isFul
                                    bool desired) {
     Lock guard(agentLock());
     const uint64_t began = StageClock::Enabled() ? StageClock::Now() : 0;
+    const size_t records = list.size();
     // A full sync starts a generation; what it does not confirm is stale.
     // An empty runtime full sync confirms nothing, so everything goes.
     const bool newGeneration = isFullSync && (desired || !list.empty());
@@ -167,7 +168,7 @@ void StateCacheConfigTable::Update(Side& side, LoftDBUpdateList list, bool isFul
         changes.splice(changes.begin(), properties);
     }
     if (began != 0) {
-        StageClock::Add(StageClock::Table, StageClock::Now() - began);
+        StageClock::Add(StageClock::Table, StageClock::Now() - began, records);
     }
     bool flag = false;
     if (!side.updated) {

@@ -32,9 +32,11 @@ public:
                                          std::chrono::steady_clock::now().time_since_epoch())
                                          .count());
     }
-    static void Add(Stage stage, uint64_t nanos) {
+    // `passes` counts what the stage went through: calls, or records where
+    // the stage handles records.
+    static void Add(Stage stage, uint64_t nanos, uint64_t passes = 1) {
         _nanos[stage].fetch_add(nanos, std::memory_order_relaxed);
-        _passes[stage].fetch_add(1, std::memory_order_relaxed);
+        _passes[stage].fetch_add(passes, std::memory_order_relaxed);
     }
     // "store-wait 1.234567s/12 decode ..." in the order of the stages.
     static std::string Line();
@@ -53,15 +55,17 @@ public:
         : _stage(stage), _begin(StageClock::Enabled() ? StageClock::Now() : 0) {}
     ~StageScope() {
         if (_begin != 0) {
-            StageClock::Add(_stage, StageClock::Now() - _begin);
+            StageClock::Add(_stage, StageClock::Now() - _begin, _passes);
         }
     }
+    void Passes(uint64_t passes) { _passes = passes; }
     StageScope(const StageScope&) = delete;
     StageScope& operator=(const StageScope&) = delete;
 
 private:
     const StageClock::Stage _stage;
     const uint64_t _begin;
+    uint64_t _passes = 1;
 };
 
 }  // namespace CfgAgent

@@ -205,6 +205,7 @@ void LoftdbClient::MonitorUpdateCB(const MonitorUpdateMsg& update) {
         {
             StageScope stage(StageClock::Decode);
             records = delivery->decode(update);
+            stage.Passes(records.size());
         }
         StageScope stage(StageClock::Transaction);
         Route(std::move(records), delivery->Receivers());

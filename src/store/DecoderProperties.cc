@@ -2,7 +2,6 @@
 
 #include <google/protobuf/descriptor.h>
 #include <google/protobuf/message.h>
-#include <google/protobuf/unknown_field_set.h>
 
 #include <memory>
 #include <vector>
@@ -28,24 +27,61 @@ using google::protobuf::Message;
 
 namespace DecoderDetail {
 
+namespace {
+
+// One field's value from one message into another of the same type; the
+// rest of the source is never copied.
+void CopyField(const Message& from, Message& to, const FieldDescriptor* field) {
+    const auto* in = from.GetReflection();
+    const auto* out = to.GetReflection();
+    if (!field->is_repeated() && field->has_presence() && !in->HasField(from, field)) {
+        return;
+    }
+    if (field->cpp_type() == FieldDescriptor::CPPTYPE_MESSAGE) {
+        if (!field->is_repeated()) {
+            out->MutableMessage(&to, field)->CopyFrom(in->GetMessage(from, field));
+            return;
+        }
+        for (int i = 0; i < in->FieldSize(from, field); ++i) {
+            out->AddMessage(&to, field)->CopyFrom(in->GetRepeatedMessage(from, field, i));
+        }
+        return;
+    }
+#define ZEF_COPY_SCALAR(CPPTYPE, Name)                                                   \
+    case FieldDescriptor::CPPTYPE:                                                       \
+        if (!field->is_repeated()) {                                                     \
+            out->Set##Name(&to, field, in->Get##Name(from, field));                      \
+        } else {                                                                         \
+            for (int i = 0; i < in->FieldSize(from, field); ++i) {                       \
+                out->Add##Name(&to, field, in->GetRepeated##Name(from, field, i));       \
+            }                                                                            \
+        }                                                                                \
+        return;
+    switch (field->cpp_type()) {
+        ZEF_COPY_SCALAR(CPPTYPE_INT32, Int32)
+        ZEF_COPY_SCALAR(CPPTYPE_INT64, Int64)
+        ZEF_COPY_SCALAR(CPPTYPE_UINT32, UInt32)
+        ZEF_COPY_SCALAR(CPPTYPE_UINT64, UInt64)
+        ZEF_COPY_SCALAR(CPPTYPE_DOUBLE, Double)
+        ZEF_COPY_SCALAR(CPPTYPE_FLOAT, Float)
+        ZEF_COPY_SCALAR(CPPTYPE_BOOL, Bool)
+        ZEF_COPY_SCALAR(CPPTYPE_ENUM, EnumValue)
+        ZEF_COPY_SCALAR(CPPTYPE_STRING, String)
+        default:
+            return;
+    }
+#undef ZEF_COPY_SCALAR
+}
+
+}  // namespace
+
 std::string OnlyField(const Message& body, const char* field) {
     const FieldDescriptor* kept = body.GetDescriptor()->FindFieldByName(field);
     if (kept == nullptr) {
         return {};
     }
-    // Copying the whole object and dropping the rest keeps every field type
-    // without a case per type.
     std::unique_ptr<Message> part(body.New());
-    part->CopyFrom(body);
-    const auto* reflection = part->GetReflection();
-    std::vector<const FieldDescriptor*> present;
-    reflection->ListFields(*part, &present);
-    for (const FieldDescriptor* other : present) {
-        if (other != kept) {
-            reflection->ClearField(part.get(), other);
-        }
-    }
-    reflection->MutableUnknownFields(part.get())->Clear();
+    CopyField(body, *part, kept);
     return part->SerializeAsString();
 }
 

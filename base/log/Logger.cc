@@ -36,37 +36,53 @@ constexpr LevelInfo kLevels[] = {
     {"info", LOG_INFO}, {"debug", LOG_DEBUG}, {"trace", LOG_DEBUG},
 };
 
+// "2026-01-02T03:04:05.678Z": the part up to the seconds is made once a
+// second per thread, since the calendar conversion dominates a short line.
 std::string TimeText() {
     timespec now{};
     clock_gettime(CLOCK_REALTIME, &now);
-    tm utc{};
-    gmtime_r(&now.tv_sec, &utc);
-    char buffer[64];
-    size_t length = strftime(buffer, sizeof buffer, "%Y-%m-%dT%H:%M:%S.###%z", &utc);
-    std::string text(buffer, length);
-    auto marks = text.find("###");
-    if (marks != std::string::npos) {
-        char millis[8];
-        std::snprintf(millis, sizeof millis, "%03ld", (now.tv_nsec / 1000000) % 1000);
-        text.replace(marks, 3, millis, 3);
+    thread_local time_t second = -1;
+    thread_local char head[32];
+    thread_local size_t headLength = 0;
+    if (now.tv_sec != second) {
+        tm utc{};
+        gmtime_r(&now.tv_sec, &utc);
+        headLength = strftime(head, sizeof head, "%Y-%m-%dT%H:%M:%S.", &utc);
+        second = now.tv_sec;
     }
-    // The zone follows the three digits: "+0000" becomes "Z", others "+hh:mm".
-    auto zone = text.find_first_of("+-", marks == std::string::npos ? 0 : marks);
-    if (zone != std::string::npos && text.size() - zone == 5) {
-        if (text.compare(zone, 5, "+0000") == 0) {
-            text.replace(zone, 5, "Z");
-        } else {
-            text.insert(zone + 3, ":");
-        }
-    }
+    const long millis = (now.tv_nsec / 1000000) % 1000;
+    std::string text(head, headLength);
+    text += static_cast<char>('0' + millis / 100);
+    text += static_cast<char>('0' + millis / 10 % 10);
+    text += static_cast<char>('0' + millis % 10);
+    text += 'Z';
     return text;
 }
 
-std::string ThreadIdText() {
-    char buffer[16];
-    auto id = static_cast<unsigned long>(pthread_self());
-    std::snprintf(buffer, sizeof buffer, "%X", static_cast<unsigned>(id & 0xFFFFFFFFu));
-    return buffer;
+const std::string& ThreadIdText() {
+    thread_local const std::string text = [] {
+        char buffer[16];
+        auto id = static_cast<unsigned long>(pthread_self());
+        std::snprintf(buffer, sizeof buffer, "%X", static_cast<unsigned>(id & 0xFFFFFFFFu));
+        return std::string(buffer);
+    }();
+    return text;
+}
+
+// The whole line in one write, so that lines of several threads never mix
+// within a line.
+void WriteConsole(const std::string& line) {
+    size_t done = 0;
+    while (done < line.size()) {
+        const ssize_t written = ::write(STDOUT_FILENO, line.data() + done, line.size() - done);
+        if (written < 0) {
+            if (errno == EINTR) {
+                continue;
+            }
+            return;
+        }
+        done += static_cast<size_t>(written);
+    }
 }
 
 void AppendQuoted(std::string& out, const char* key, const std::string& value) {
@@ -214,9 +230,22 @@ Logger::Lines Logger::Render() const {
     bool invalid = false;
     std::string structured = StructuredPart(invalid);
     const bool noId = _messageId.empty() || _messageId == "*";
-    lines.syslog = "ZEF " + std::to_string(getpid()) + " " + (noId ? "-" : _messageId) + " " +
-                   structured + " " + _text;
-    lines.console = TimeText() + " " + structured + " " + _text + "\n";
+    static const std::string kPidText = " " + std::to_string(getpid()) + " ";
+    lines.syslog.reserve(8 + kPidText.size() + structured.size() + _text.size());
+    lines.syslog += "ZEF";
+    lines.syslog += kPidText;
+    lines.syslog += noId ? std::string_view("-") : std::string_view(_messageId);
+    lines.syslog += ' ';
+    lines.syslog += structured;
+    lines.syslog += ' ';
+    lines.syslog += _text;
+    lines.console = TimeText();
+    lines.console.reserve(lines.console.size() + structured.size() + _text.size() + 3);
+    lines.console += ' ';
+    lines.console += structured;
+    lines.console += ' ';
+    lines.console += _text;
+    lines.console += '\n';
     lines.severity = kLevels[_level].severity;
     return lines;
 }
@@ -229,8 +258,7 @@ void Logger::Emit() const {
     Lines lines = Render();
     SyslogLink::Process().Send(kSyslogFacility | lines.severity, lines.syslog);
     if (LogLevel::console.load(std::memory_order_relaxed) != 0) {
-        std::fwrite(lines.console.data(), 1, lines.console.size(), stdout);
-        std::fflush(stdout);
+        WriteConsole(lines.console);
     }
 }
 

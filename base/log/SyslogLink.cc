@@ -31,8 +31,12 @@ void SyslogLink::Open(const char* ident, int option, int facility) {
 
 void SyslogLink::Send(int priority, std::string_view text) {
     std::lock_guard<std::mutex> lock(_mutex);
+    if (!Connected()) {
+        ++_dropped;
+        return;
+    }
     const std::string line = Format(priority, text);
-    if (!Connected() || ::send(_fd, line.data(), line.size(), MSG_NOSIGNAL) < 0) {
+    if (::send(_fd, line.data(), line.size(), MSG_NOSIGNAL) < 0) {
         // The daemon went away or never was: try again, once, later.
         Close();
         ++_dropped;
@@ -45,11 +49,16 @@ std::string SyslogLink::Format(int priority, std::string_view text) const {
     if ((priority & LOG_FACMASK) == 0) {
         priority |= _facility;
     }
-    char stamp[32];
+    // The local time's conversion is made once a second.
+    thread_local std::time_t second = -1;
+    thread_local char stamp[32];
     const std::time_t now = std::time(nullptr);
-    std::tm local{};
-    localtime_r(&now, &local);
-    std::strftime(stamp, sizeof(stamp), "%b %e %H:%M:%S", &local);
+    if (now != second) {
+        std::tm local{};
+        localtime_r(&now, &local);
+        std::strftime(stamp, sizeof(stamp), "%b %e %H:%M:%S", &local);
+        second = now;
+    }
     std::string line = "<" + std::to_string(priority) + ">" + stamp + " " + _ident;
     if (_withPid) {
         line += "[" + std::to_string(getpid()) + "]";

@@ -19,7 +19,7 @@ namespace {
 
 using Lock = std::lock_guard<std::recursive_mutex>;
 
-LoftDBUpdateMsg DeleteRecord(ConfigEntry& entry, const std::string& traceInfo) {
+LoftDBUpdateMsg DeleteRecord(ConfigEntry& entry, const SharedBytes& traceInfo) {
     LoftDBUpdateMsg record(entry.objectType, std::move(entry.objectId), OP_DELETE,
                            entry.propertyType, std::move(entry.value));
     record.traceInfo = traceInfo;

@@ -38,8 +38,8 @@ std::string TraceOf(const MonitorUpdateMsg& update) {
 }
 
 LoftDBUpdateMsg Record(uint32_t objectType, const std::string& key, uint32_t operation,
-                       uint32_t propertyType, std::string value, std::string trace,
-                       std::string tenant) {
+                       uint32_t propertyType, std::string value, SharedBytes trace,
+                       SharedBytes tenant) {
     LoftDBUpdateMsg record(objectType, key, operation, propertyType, std::move(value));
     record.traceInfo = std::move(trace);
     record.tenantContext = std::move(tenant);

@@ -38,8 +38,8 @@ inline std::string KeyBytes(const std::string& id) {
 
 // A record with a value; trace and tenant only where a family carries them.
 LoftDBUpdateMsg Record(uint32_t objectType, const std::string& key, uint32_t operation,
-                       uint32_t propertyType, std::string value, std::string trace = {},
-                       std::string tenant = {});
+                       uint32_t propertyType, std::string value, SharedBytes trace = {},
+                       SharedBytes tenant = {});
 
 void LogParseFailure(const MonitorUpdateMsg& update, const char* message);
 
@@ -83,7 +83,7 @@ struct PropertyField {
 
 void PerPropertySet(uint32_t objectType, const std::string& key,
                     const google::protobuf::Message& body, const PropertyField* table,
-                    size_t count, const std::string& trace, const std::string& tenant,
+                    size_t count, const SharedBytes& trace, const SharedBytes& tenant,
                     LoftDBUpdateList& records);
 
 // The object with only `field` set, serialized.

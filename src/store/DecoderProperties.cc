@@ -86,8 +86,8 @@ std::string OnlyField(const Message& body, const char* field) {
 }
 
 void PerPropertySet(uint32_t objectType, const std::string& key, const Message& body,
-                    const PropertyField* table, size_t count, const std::string& trace,
-                    const std::string& tenant, LoftDBUpdateList& records) {
+                    const PropertyField* table, size_t count, const SharedBytes& trace,
+                    const SharedBytes& tenant, LoftDBUpdateList& records) {
     records.push_back(Record(objectType, key, OP_UPDATE, INVALID_PROPERTY, {}, trace, tenant));
     const auto* reflection = body.GetReflection();
     for (size_t i = 0; i < count; ++i) {

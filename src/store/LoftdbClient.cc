@@ -326,10 +326,17 @@ void LoftdbClient::MonitorBarrierCB() {
     if (config != pending.end()) {
         RevertUPMContainerMapping(config->second);
         // Deletes first, so that a table never holds an object and its
-        // replacement at once; the list's sort is stable.
-        config->second.sort([](const LoftDBUpdateMsg& left, const LoftDBUpdateMsg& right) {
-            return left.operation == OP_DELETE && right.operation == OP_UPDATE;
-        });
+        // replacement at once; each kind keeps its order.
+        LoftDBUpdateList& list = config->second;
+        LoftDBUpdateList deletes;
+        for (auto it = list.begin(); it != list.end();) {
+            auto next = std::next(it);
+            if (it->operation == OP_DELETE) {
+                deletes.splice(deletes.end(), list, it);
+            }
+            it = next;
+        }
+        list.splice(list.begin(), deletes);
     }
     auto transaction = std::make_unique<Transaction>();
     transaction->updates = std::move(pending);

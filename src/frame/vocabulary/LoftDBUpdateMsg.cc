@@ -5,7 +5,7 @@
 namespace CfgAgent {
 
 LoftDBUpdateMsg::LoftDBUpdateMsg(uint32_t objectType, std::string objectId, uint32_t operation,
-                                 std::string traceInfo, std::string tenantContext)
+                                 SharedBytes traceInfo, SharedBytes tenantContext)
     : objectType(objectType),
       objectId(std::move(objectId)),
       operation(operation),

@@ -4,6 +4,8 @@
 #include <list>
 #include <string>
 
+#include "frame/vocabulary/SharedBytes.h"
+
 namespace CfgAgent {
 
 // One update record: one thing said about one object or one of its
@@ -14,13 +16,13 @@ struct LoftDBUpdateMsg {
     uint32_t propertyType = 0;
     std::string propertyValue;  // serialized store message holding just the property
     uint32_t operation = 0;
-    std::string traceInfo;      // serialized SpanContextMsg, or empty
-    std::string tenantContext;  // serialized TenantContextMsg, or empty
+    SharedBytes traceInfo;      // serialized SpanContextMsg, or empty
+    SharedBytes tenantContext;  // serialized TenantContextMsg, or empty
 
     LoftDBUpdateMsg() = default;
     // The object itself.
     LoftDBUpdateMsg(uint32_t objectType, std::string objectId, uint32_t operation,
-                    std::string traceInfo, std::string tenantContext);
+                    SharedBytes traceInfo, SharedBytes tenantContext);
     // One property of an object.
     LoftDBUpdateMsg(uint32_t objectType, std::string objectId, uint32_t operation,
                     uint32_t propertyType, std::string propertyValue);

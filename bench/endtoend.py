@@ -91,12 +91,42 @@ def percentile(values, fraction):
     return ordered[max(math.ceil(fraction * len(ordered)), 1) - 1]
 
 
+class SyslogReceiver(threading.Thread):
+    """A syslog daemon's socket at /dev/log under the root, as on a real host:
+    it takes every datagram and counts it."""
+
+    def __init__(self, root):
+        super().__init__()
+        path = os.path.join(root, "dev", "log")
+        os.makedirs(os.path.dirname(path), exist_ok=True)
+        self.socket = socket.socket(socket.AF_UNIX, socket.SOCK_DGRAM)
+        self.socket.setsockopt(socket.SOL_SOCKET, socket.SO_RCVBUF, 8 << 20)
+        self.socket.bind(path)
+        self.socket.settimeout(0.2)
+        self.lines = 0
+        self.done = threading.Event()
+
+    def run(self):
+        while not self.done.is_set():
+            try:
+                self.socket.recv(65536)
+                self.lines += 1
+            except socket.timeout:
+                pass
+
+    def stop(self):
+        self.done.set()
+        self.join()
+        self.socket.close()
+
+
 class Stack:
     """loftdb, the proxy's echo and the simulator under a private root; the
     agent on demand. Every process is ended by its own handle."""
 
-    def __init__(self, build, keep, log_level):
+    def __init__(self, build, keep, log_level, syslog=False):
         self.build = build
+        self.syslog = None
         self.keep = keep
         self.log_level = log_level
         self.work = tempfile.mkdtemp(prefix="zef-endtoend-")
@@ -107,6 +137,9 @@ class Stack:
         self.processes = []
         self.agent = None
         self.dpsim = None
+        if syslog:
+            self.syslog = SyslogReceiver(self.root)
+            self.syslog.start()
 
     def __enter__(self):
         self.spawn("loftdb", ["tools/loftdb", "--listen", self.env["ZEF_LOFTDB_ENDPOINT"]],
@@ -121,6 +154,8 @@ class Stack:
             process.terminate()
         for process in reversed(self.processes):
             process.wait()
+        if self.syslog is not None:
+            self.syslog.stop()
         if not self.keep:
             shutil.rmtree(self.work, ignore_errors=True)
         else:
@@ -469,8 +504,8 @@ def floor(build, *args):
     return json.loads(out.stdout)
 
 
-def measure(build, ports, switches, updates, keep, log_level):
-    with Stack(build, keep, log_level) as stack:
+def measure(build, ports, switches, updates, keep, log_level, syslog):
+    with Stack(build, keep, log_level, syslog) as stack:
         result, tail, table = full_sync(stack, ports, switches)
         if updates:
             wait_at_rest(tail, table, time.time())
@@ -482,6 +517,7 @@ def measure(build, ports, switches, updates, keep, log_level):
             time.sleep(1.0)
         result["stages"] = stage_breakdown(stage_lines(stack.log("agent")),
                                            result.get("updates_began"), updates)
+        result["syslog_lines"] = stack.syslog.lines if stack.syslog is not None else None
     result["floor"] = floor(build, "full", ports, switches)["seconds"]
     return result
 
@@ -493,6 +529,8 @@ def ratio(figure, base):
 def rows(result, single):
     n = result["ports"]
     level = "" if result["log_level"] is None else ", agent log level %d" % result["log_level"]
+    if result.get("syslog_lines") is not None:
+        level += ", syslog daemon listening (%d lines)" % result["syslog_lines"]
     out = [("full sync, %d ports%s: first Update to last port realised" % (n, level),
             "%.2f s" % result["seconds"], "%.4f s" % result["floor"],
             ratio(result["seconds"], result["floor"])),
@@ -557,6 +595,8 @@ def main():
     parser.add_argument("--log-level", type=int,
                         help="the agent's log level instead of the default configuration's")
     parser.add_argument("--keep", action="store_true", help="keep the work folders and logs")
+    parser.add_argument("--syslog", action="store_true",
+                        help="a syslog daemon's socket listens under the root, as on a real host")
     options = parser.parse_args()
     single = floor(options.build, "single", options.updates) if options.updates else None
     results = []
@@ -564,7 +604,7 @@ def main():
     for ports in [int(n) for n in options.ports.split(",")]:
         print("measuring %d ports..." % ports, file=sys.stderr)
         result = measure(options.build, ports, options.switches, options.updates, options.keep,
-                         options.log_level)
+                         options.log_level, options.syslog)
         results.append(result)
         table += rows(result, single)
         if result["reopens"] or result.get("wrong_block"):

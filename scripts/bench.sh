@@ -3,7 +3,8 @@
 # agent's port road end to end beside its floor; ends with one table of all.
 #   scripts/bench.sh [BENCHMARK_OPTION...]   options go to the in-process benchmarks
 # BENCH_PORTS (default 1000,10000,100000), BENCH_QUIET_PORTS (default 10000,
-# the run at agent log level 3) and BENCH_UPDATES (default 1000) size the
+# the run at agent log level 3), BENCH_SYSLOG_PORTS (default 10000,100000, the
+# runs with a syslog daemon listening) and BENCH_UPDATES (default 1000) size the
 # end-to-end runs; the raw results stay in the folder printed last.
 set -euo pipefail
 top=$(cd "$(dirname "$0")/.." && pwd)
@@ -21,6 +22,9 @@ python3 bench/endtoend.py --build build-release --ports "${BENCH_PORTS:-1000,100
 # The same road without the agent's info lines, to show what they cost.
 python3 bench/endtoend.py --build build-release --ports "${BENCH_QUIET_PORTS:-10000}" \
     --updates "${BENCH_UPDATES:-1000}" --log-level 3 --json "$results/endtoend-quiet.json"
+# Once more as on a real host, where a syslog daemon takes every line.
+python3 bench/endtoend.py --build build-release --ports "${BENCH_SYSLOG_PORTS:-10000,100000}" \
+    --updates "${BENCH_UPDATES:-1000}" --syslog --json "$results/endtoend-syslog.json"
 echo
 python3 bench/table.py "$results"
 echo "raw results: $results"

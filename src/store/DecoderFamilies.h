@@ -14,6 +14,7 @@
 #include "loftdb_store.pb.h"
 
 namespace google::protobuf {
+class FieldDescriptor;
 class Message;
 }
 
@@ -81,13 +82,16 @@ struct PropertyField {
     const char* field;
 };
 
+// `fields` are the table's fields in the message, looked up once per type.
 void PerPropertySet(uint32_t objectType, const std::string& key,
                     const google::protobuf::Message& body, const PropertyField* table,
-                    size_t count, const SharedBytes& trace, const SharedBytes& tenant,
-                    LoftDBUpdateList& records);
+                    const google::protobuf::FieldDescriptor* const* fields, size_t count,
+                    const SharedBytes& trace, const SharedBytes& tenant, LoftDBUpdateList& records);
 
 // The object with only `field` set, serialized.
 std::string OnlyField(const google::protobuf::Message& body, const char* field);
+std::string OnlyField(const google::protobuf::Message& body,
+                      const google::protobuf::FieldDescriptor* field);
 
 // The walk over one list's element operations, shared by the entry families.
 // The sink decides what a removal or an addition becomes.

@@ -3,6 +3,7 @@
 #include <google/protobuf/descriptor.h>
 #include <google/protobuf/message.h>
 
+#include <array>
 #include <memory>
 #include <vector>
 
@@ -76,28 +77,31 @@ void CopyField(const Message& from, Message& to, const FieldDescriptor* field) {
 }  // namespace
 
 std::string OnlyField(const Message& body, const char* field) {
-    const FieldDescriptor* kept = body.GetDescriptor()->FindFieldByName(field);
-    if (kept == nullptr) {
+    return OnlyField(body, body.GetDescriptor()->FindFieldByName(field));
+}
+
+std::string OnlyField(const Message& body, const FieldDescriptor* field) {
+    if (field == nullptr) {
         return {};
     }
     std::unique_ptr<Message> part(body.New());
-    CopyField(body, *part, kept);
+    CopyField(body, *part, field);
     return part->SerializeAsString();
 }
 
 void PerPropertySet(uint32_t objectType, const std::string& key, const Message& body,
-                    const PropertyField* table, size_t count, const SharedBytes& trace,
-                    const SharedBytes& tenant, LoftDBUpdateList& records) {
+                    const PropertyField* table, const FieldDescriptor* const* fields, size_t count,
+                    const SharedBytes& trace, const SharedBytes& tenant, LoftDBUpdateList& records) {
     records.push_back(Record(objectType, key, OP_UPDATE, INVALID_PROPERTY, {}, trace, tenant));
     const auto* reflection = body.GetReflection();
     for (size_t i = 0; i < count; ++i) {
-        const FieldDescriptor* field = body.GetDescriptor()->FindFieldByName(table[i].field);
+        const FieldDescriptor* field = fields[i];
         const bool present = field != nullptr && (field->is_repeated()
                                                       ? reflection->FieldSize(body, field) > 0
                                                       : reflection->HasField(body, field));
         if (present) {
             records.push_back(Record(objectType, key, OP_UPDATE, table[i].propertyType,
-                                     OnlyField(body, table[i].field), trace, tenant));
+                                     OnlyField(body, field), trace, tenant));
         } else {
             records.push_back(Record(objectType, key, OP_DELETE, table[i].propertyType, {}, trace, tenant));
         }
@@ -193,7 +197,15 @@ LoftDBUpdateList PerProperty(const MonitorUpdateMsg& update, uint32_t objectType
     CFG_LOG(LL_DEBUG, "Decoder: %1", p.op.ShortDebugString());
     const std::string trace = TraceOf(update);
     if (p.self == PB_OP_SET) {
-        PerPropertySet(objectType, p.key, p.body, table, N, trace, TenantOf(owner), records);
+        static const std::array<const FieldDescriptor*, N> fields = [&] {
+            std::array<const FieldDescriptor*, N> found{};
+            for (size_t i = 0; i < N; ++i) {
+                found[i] = Msg::descriptor()->FindFieldByName(table[i].field);
+            }
+            return found;
+        }();
+        PerPropertySet(objectType, p.key, p.body, table, fields.data(), N, trace, TenantOf(owner),
+                       records);
         if (afterSet != nullptr) {
             CFG_LOG(LL_DEBUG, afterSet);
         }

@@ -80,9 +80,9 @@ def cpu_seconds(pid):
     return (int(fields[11]) + int(fields[12])) / TICKS
 
 
-def peak_mib(pid):
+def peak_mib(pid, field="VmHWM"):
     with open("/proc/%d/status" % pid) as f:
-        return int(re.search(r"VmHWM:\s+(\d+)", f.read()).group(1)) / 1024.0
+        return int(re.search(field + r":\s+(\d+)", f.read()).group(1)) / 1024.0
 
 
 def percentile(values, fraction):
@@ -509,6 +509,7 @@ def measure(build, ports, switches, updates, keep, log_level, syslog):
         result, tail, table = full_sync(stack, ports, switches)
         if updates:
             wait_at_rest(tail, table, time.time())
+            result["rest_mib"] = peak_mib(stack.agent.pid, "VmRSS")
             seconds, wrong, slowest = single_updates(stack, tail, ports, switches, updates)
             result["updates_began"] = stack.updates_began
             result.update(p50=percentile(seconds, 0.5), p99=percentile(seconds, 0.99),
@@ -534,7 +535,9 @@ def rows(result, single):
     out = [("full sync, %d ports%s: first Update to last port realised" % (n, level),
             "%.2f s" % result["seconds"], "%.4f s" % result["floor"],
             ratio(result["seconds"], result["floor"])),
-           ("  agent peak memory (VmHWM)", "%.0f MiB" % result["peak_mib"], "", ""),
+           ("  agent memory: peak (VmHWM) / at rest (VmRSS)",
+            "%.0f / %s MiB" % (result["peak_mib"],
+                               "%.0f" % result["rest_mib"] if "rest_mib" in result else "-"), "", ""),
            ("  CPU until realised: agent / simulator",
             "%.1f s / %.1f s" % (result["agent_cpu"], result["dpsim_cpu"]), "", "")]
     if result["store_load"] is not None:

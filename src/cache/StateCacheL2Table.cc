@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <memory>
 #include <mutex>
 
 #include "frame/AgentConfig.h"
@@ -167,11 +168,8 @@ void StateCacheL2Table::UpdateDesiredStateInner(const LoftDBUpdateList& list, bo
     Lock guard(agentLock());
     DelayLog delay(Instrumented(), "L2Cache UpdateDesiredState");
     LoftDBUpdateList changes;
-    if (filter) {
-        UpdateL2CacheTable(FilterRuntime(list), isFullSync, _desired, kRemoteVersion, changes);
-    } else {
-        UpdateL2CacheTable(list, isFullSync, _desired, kRemoteVersion, changes);
-    }
+    std::unique_ptr<LoftDBUpdateList> filtered = filter ? FilterRuntime(list) : nullptr;
+    UpdateL2CacheTable(filtered ? *filtered : list, isFullSync, _desired, kRemoteVersion, changes);
     bool flag = false;
     if (!_desired.updated) {
         _desired.updated = true;
@@ -346,33 +344,40 @@ void StateCacheL2Table::ReplaceGroup(const LoftDBUpdateMsg& record, Side& side,
     changes.push_back(record);
 }
 
-LoftDBUpdateList StateCacheL2Table::FilterRuntime(const LoftDBUpdateList& list) {
-    LoftDBUpdateList kept;
-    for (const LoftDBUpdateMsg& record : list) {
-        const uint32_t property = record.propertyType;
-        const bool reportable = property == L2_VM_IP || property == L2_VM_MAC || property == L2_VTEP;
-        // Most objects have no local rows: no value needs parsing for them.
-        if (record.operation != OP_UPDATE || !reportable || record.propertyValue.empty() ||
-            !_runtime.rows.HasId(record.objectId)) {
-            kept.push_back(record);
-            continue;
-        }
-        const L2ValueKey key = KeyOf(record.propertyValue, property);
-        if (property != L2_VTEP) {
-            if (!_runtime.rows.HasValue(record.objectId, property, key, record.propertyValue)) {
-                kept.push_back(record);
+bool StateCacheL2Table::ReportedHere(const LoftDBUpdateMsg& record) {
+    const uint32_t property = record.propertyType;
+    const bool reportable = property == L2_VM_IP || property == L2_VM_MAC || property == L2_VTEP;
+    // Most objects have no local rows: no value needs parsing for them.
+    if (record.operation != OP_UPDATE || !reportable || record.propertyValue.empty() ||
+        !_runtime.rows.HasId(record.objectId)) {
+        return false;
+    }
+    const L2ValueKey key = KeyOf(record.propertyValue, property);
+    if (property != L2_VTEP) {
+        return _runtime.rows.HasValue(record.objectId, property, key, record.propertyValue);
+    }
+    // A VTEP is matched by label: the host's report and the store's message
+    // differ in fields that do not identify it.
+    if (_runtime.rows.ByKey(record.objectId, property, key).empty()) {
+        return false;
+    }
+    CFG_LOG(LL_DEBUG, "L2Cache: FilterRuntime object %1 label %2 with filtered message %3",
+            IdText(record.objectId, record.objectType), key.part[0], VtepText(record.propertyValue));
+    return true;
+}
+
+// Null when nothing is left out, which is the rule: a full load of millions
+// of records is not copied for nothing.
+std::unique_ptr<LoftDBUpdateList> StateCacheL2Table::FilterRuntime(const LoftDBUpdateList& list) {
+    std::unique_ptr<LoftDBUpdateList> kept;
+    for (auto it = list.begin(); it != list.end(); ++it) {
+        if (!ReportedHere(*it)) {
+            if (kept) {
+                kept->push_back(*it);
             }
-            continue;
+        } else if (!kept) {
+            kept = std::make_unique<LoftDBUpdateList>(list.begin(), it);
         }
-        // A VTEP is matched by label: the host's report and the store's
-        // message differ in fields that do not identify it.
-        if (_runtime.rows.ByKey(record.objectId, property, key).empty()) {
-            kept.push_back(record);
-            continue;
-        }
-        CFG_LOG(LL_DEBUG, "L2Cache: FilterRuntime object %1 label %2 with filtered message %3",
-                IdText(record.objectId, record.objectType), key.part[0],
-                VtepText(record.propertyValue));
     }
     return kept;
 }

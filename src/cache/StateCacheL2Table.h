@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -78,7 +79,9 @@ private:
     void ApplyDelta(const LoftDBUpdateMsg& record, Side& side, LoftDBUpdateList& changes);
     void ApplyFullSync(const LoftDBUpdateMsg& record, Side& side, LoftDBUpdateList& changes);
     void ReplaceGroup(const LoftDBUpdateMsg& record, Side& side, LoftDBUpdateList& changes);
-    LoftDBUpdateList FilterRuntime(const LoftDBUpdateList& list);
+    // What this host reports itself, left out of a desired list.
+    bool ReportedHere(const LoftDBUpdateMsg& record);
+    std::unique_ptr<LoftDBUpdateList> FilterRuntime(const LoftDBUpdateList& list);
     void FilterDesiredState(const LoftDBUpdateList& list);
     void NotifyDesired(const LoftDBUpdateList& changes, bool flag);
     void NotifyRuntime(const LoftDBUpdateList& changes, bool flag);

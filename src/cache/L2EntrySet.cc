@@ -131,8 +131,10 @@ L2EntrySet::L2EntrySet() : _rows(std::make_unique<Rows>()) {}
 
 L2EntrySet::~L2EntrySet() = default;
 
-void L2EntrySet::Insert(const std::string& id, uint32_t objectType, uint32_t propertyType,
-                        const std::string& value, L2ValueKey key, uint32_t version) {
+namespace {
+
+Row MakeRow(uint32_t slot, uint32_t objectType, uint32_t propertyType, const std::string& value,
+            L2ValueKey key, uint32_t version) {
     Row row;
     row.key0 = key.part[0];
     row.key1 = key.part[1];
@@ -141,12 +143,44 @@ void L2EntrySet::Insert(const std::string& id, uint32_t objectType, uint32_t pro
         std::memcpy(row.data.get(), value.data(), value.size());
     }
     row.size = static_cast<uint32_t>(value.size());
-    row.slot = _rows->Acquire(id);
+    row.slot = slot;
     row.objectType = objectType;
     row.propertyType = propertyType;
     row.fullSyncVersion = version;
-    _rows->container.emplace(std::move(row));
+    return row;
+}
+
+}  // namespace
+
+void L2EntrySet::Insert(const std::string& id, uint32_t objectType, uint32_t propertyType,
+                        const std::string& value, L2ValueKey key, uint32_t version) {
+    _rows->container.emplace(
+        MakeRow(_rows->Acquire(id), objectType, propertyType, value, key, version));
     _bytes += id.size() + value.size() + 28;
+}
+
+bool L2EntrySet::ConfirmOrInsert(const std::string& id, uint32_t objectType,
+                                 uint32_t propertyType, const std::string& value, L2ValueKey key,
+                                 uint32_t version) {
+    const uint32_t slot = _rows->Acquire(id);
+    auto range = _rows->container.equal_range(
+        std::make_tuple(slot, propertyType, key.part[0], key.part[1]));
+    bool found = false;
+    for (auto it = range.first; it != range.second; ++it) {
+        if (it->Value() == value) {
+            it->fullSyncVersion = version;
+            found = true;
+        }
+    }
+    if (found) {
+        _rows->Release(slot);
+        return false;
+    }
+    // The end of the equal keys is where the row goes: no second descent.
+    _rows->container.emplace_hint(range.second,
+                                  MakeRow(slot, objectType, propertyType, value, key, version));
+    _bytes += id.size() + value.size() + 28;
+    return true;
 }
 
 bool L2EntrySet::HasId(const std::string& id) const { return _rows->Find(id).has_value(); }

@@ -38,6 +38,10 @@ public:
     // Every row in the set's order, `limit` at most.
     std::vector<L2Entry> All(size_t limit = SIZE_MAX) const;
 
+    // Sets the generation of the rows with that value, or inserts the value
+    // when there is none: true when it did.
+    bool ConfirmOrInsert(const std::string& id, uint32_t objectType, uint32_t propertyType,
+                         const std::string& value, L2ValueKey key, uint32_t version);
     // Sets the generation of the rows with that value; false when there is none.
     bool Confirm(const std::string& id, uint32_t property, L2ValueKey key, const std::string& value,
                  uint32_t version);

@@ -311,15 +311,15 @@ void StateCacheL2Table::ApplyFullSync(const LoftDBUpdateMsg& record, Side& side,
         return;
     }
     const L2ValueKey key = KeyOf(record.propertyValue, record.propertyType);
-    const bool found =
-        side.rows.Confirm(id, record.propertyType, key, record.propertyValue, side.version);
-    if (!found && record.operation == OP_UPDATE) {
-        CFG_LOG(LL_DEBUG, "L2Cache: Object %1 update/add property in full sync: %2",
-                IdText(id, record.objectType), record.propertyType);
-        side.rows.Insert(id, record.objectType, record.propertyType, record.propertyValue, key,
-                         side.version);
-        changes.push_back(record);
-    } else if (found && record.operation == OP_DELETE) {
+    if (record.operation == OP_UPDATE) {
+        if (side.rows.ConfirmOrInsert(id, record.objectType, record.propertyType,
+                                      record.propertyValue, key, side.version)) {
+            CFG_LOG(LL_DEBUG, "L2Cache: Object %1 update/add property in full sync: %2",
+                    IdText(id, record.objectType), record.propertyType);
+            changes.push_back(record);
+        }
+    } else if (record.operation == OP_DELETE &&
+               side.rows.HasValue(id, record.propertyType, key, record.propertyValue)) {
         side.rows.EraseValue(id, record.propertyType, key, record.propertyValue);
         changes.push_back(record);
     }

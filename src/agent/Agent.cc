@@ -247,6 +247,7 @@ int Agent::Run(const std::function<void()>& providerStands) {
     stateCacheObserver->Start();
     auto dispatcher = zef::MakeRef<MsgDispatcher>(updateQueue);
     dispatcher->Register(CONFIGCACHE, zef::RefPtr<Component>(stateCache->ConfigTable()));
+    dispatcher->Register(L2CACHE, zef::RefPtr<Component>(stateCache->L2Table()));
 
     // A malformed list ends the start, whichever applications this build has.
     const boost::property_tree::ptree apps = AgentConfig::Tree().get_child("config.cfgAgent.apps");

@@ -16,6 +16,8 @@ void CacheCommands::Register(CommandRegistry& registry) const {
     auto text = [self](std::string (CacheCommands::*answer)() const) {
         return [self, answer](const CommandRegistry::Args&) { return (self.*answer)(); };
     };
+    registry.Add("cfgagent/l2/local", text(&CacheCommands::L2Local));
+    registry.Add("cfgagent/l2/remote", text(&CacheCommands::L2Remote));
     registry.Add("cfgagent/config/local", text(&CacheCommands::ConfigLocal));
     registry.Add("cfgagent/config/remote", text(&CacheCommands::ConfigRemote));
     registry.Add("cfgagent/cache/table", text(&CacheCommands::CacheTable));
@@ -35,6 +37,35 @@ void CacheCommands::Register(CommandRegistry& registry) const {
         registry.Add(name, [self, type = type](const CommandRegistry::Args&) { return self.ConfigOfType(type); });
     }
 }
+
+namespace {
+
+// Both sides of the L2 table are capped alike.
+std::vector<L2Entry> CappedL2Rows(size_t count, std::vector<L2Entry> rows) {
+    if (count > CacheCommands::kMaxDumpRows) {
+        CFG_LOG(LL_WARN,
+                "CliServer: L2 cache number %1 exceeds the maximum number %2 displayed by "
+                "cfgagent cli",
+                count, CacheCommands::kMaxDumpRows);
+    }
+    return rows;
+}
+
+}  // namespace
+
+CliJson CacheCommands::L2LocalRows() const {
+    auto& table = *_stateCache->L2Table();
+    return CacheDump::L2Rows(CappedL2Rows(table.RuntimeCount(), table.RuntimeRows(kMaxDumpRows)));
+}
+
+CliJson CacheCommands::L2RemoteRows() const {
+    auto& table = *_stateCache->L2Table();
+    return CacheDump::L2Rows(CappedL2Rows(table.DesiredCount(), table.DesiredRows(kMaxDumpRows)));
+}
+
+std::string CacheCommands::L2Local() const { return L2LocalRows().Text(); }
+
+std::string CacheCommands::L2Remote() const { return L2RemoteRows().Text(); }
 
 std::string CacheCommands::ConfigRemote() const {
     auto& table = *_stateCache->ConfigTable();
@@ -63,17 +94,18 @@ std::string CacheCommands::CacheTable() const {
     CliJson all = CliJson::Object();
     all.Put("local_config_cache", CacheDump::ConfigRows(table.RuntimeRows(), false))
         .Put("remote_config_cache", CacheDump::ConfigRows(table.DesiredRows(kMaxDumpRows), true))
-        .Put("local_l2_cache", CliJson::Array())
-        .Put("remote_l2_cache", CliJson::Array())
+        .Put("local_l2_cache", L2LocalRows())
+        .Put("remote_l2_cache", L2RemoteRows())
         .Put("remote_l3_cache", CliJson::Array());
     return all.Text();
 }
 
 std::string CacheCommands::CacheSize() const {
     auto& table = *_stateCache->ConfigTable();
+    auto& l2 = *_stateCache->L2Table();
     const std::pair<const char*, size_t> sizes[] = {
         {"RuntimeConfigCache", table.RuntimeSize()}, {"DesiredConfigCache", table.DesiredSize()},
-        {"RuntimeL2Cache", 0},                       {"DesiredL2Cache", 0},
+        {"RuntimeL2Cache", l2.RuntimeSize()},        {"DesiredL2Cache", l2.DesiredSize()},
         {"DesiredL3Cache", 0},
     };
     CliJson array = CliJson::Array();

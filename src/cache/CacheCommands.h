@@ -5,6 +5,7 @@
 #include <string>
 
 #include "cache/StateCache.h"
+#include "cli/api/CliJson.h"
 #include "zef/RefPtr.h"
 
 namespace CfgAgent {
@@ -21,6 +22,8 @@ public:
 
     void Register(CommandRegistry& registry) const;
 
+    std::string L2Local() const;
+    std::string L2Remote() const;
     std::string ConfigRemote() const;
     std::string ConfigLocal() const;
     std::string ConfigOfType(uint32_t objectType) const;
@@ -28,6 +31,9 @@ public:
     std::string CacheSize() const;
 
 private:
+    CliJson L2LocalRows() const;
+    CliJson L2RemoteRows() const;
+
     zef::RefPtr<StateCache> _stateCache;
 };
 

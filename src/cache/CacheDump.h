@@ -3,6 +3,7 @@
 #include <vector>
 
 #include "cache/ConfigEntry.h"
+#include "cache/L2Entry.h"
 #include "cli/api/CliJson.h"
 
 namespace CfgAgent {
@@ -13,6 +14,8 @@ class CacheDump {
 public:
     // The runtime side prints ids as stored; the desired side as UUID text.
     static CliJson ConfigRows(const std::vector<ConfigEntry>& rows, bool idsAsUuid);
+    // With the fields of the entry's message that an operator looks for.
+    static CliJson L2Rows(const std::vector<L2Entry>& rows);
 };
 
 }  // namespace CfgAgent

@@ -272,7 +272,8 @@ StateCacheObserver::StateCacheObserver(ILoftdbClient& loftdbClient,
 bool StateCacheObserver::Start() {
     auto& table = *_stateCache->ConfigTable();
     const bool registered = table.RegisterRuntimeStateObserver(VIF_STATE, this) &&
-                            table.RegisterRuntimeStateObserver(HOTMOVE_STATUS, this);
+                            table.RegisterRuntimeStateObserver(HOTMOVE_STATUS, this) &&
+                            _stateCache->L2Table()->RegisterRuntimeStateObserver(this);
     if (registered) {
         CFG_LOG(LL_INFO, "StateCacheObserver: registered config and l2 runtime cache");
     } else {
@@ -282,13 +283,15 @@ bool StateCacheObserver::Start() {
 }
 
 bool StateCacheObserver::Stop() {
-    const bool unregistered = _stateCache->ConfigTable()->UnregisterRuntimeStateObserver(this);
-    if (unregistered) {
+    // Both tables are left, whatever the first one says.
+    const bool config = _stateCache->ConfigTable()->UnregisterRuntimeStateObserver(this);
+    const bool l2 = _stateCache->L2Table()->UnregisterRuntimeStateObserver(this);
+    if (config && l2) {
         CFG_LOG(LL_INFO, "StateCacheObserver: unregistered config and l2 runtime cache");
     } else {
         CFG_LOG(LL_ERROR, "StateCacheObserver: failed in unregistering runtime cache");
     }
-    return unregistered;
+    return config && l2;
 }
 
 void StateCacheObserver::ProcessConfigRuntimeStateUpdate(const LoftDBUpdateList& list,

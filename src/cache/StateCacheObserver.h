@@ -1,6 +1,7 @@
 #pragma once
 
 #include "cache/SCConfigTableObserver.h"
+#include "cache/SCL2TableObserver.h"
 #include "cache/StateCache.h"
 #include "store/ILoftdbClient.h"
 #include "zef/IRefCountable.h"
@@ -13,7 +14,8 @@ namespace CfgAgent {
 // store operation, written through the client's queue. It keeps no state and
 // judges nothing.
 class StateCacheObserver : public zef::RefCounted<StateCacheObserver, zef::IRefCountable>,
-                           public SCConfigTableObserver {
+                           public SCConfigTableObserver,
+                           public SCL2TableObserver {
 public:
     // The store client outlives the observer.
     StateCacheObserver(ILoftdbClient& loftdbClient, zef::RefPtr<StateCache> stateCache);
@@ -23,8 +25,9 @@ public:
 
     void ProcessConfigDesiredStateUpdate(const LoftDBUpdateList&, bool) override {}
     void ProcessConfigRuntimeStateUpdate(const LoftDBUpdateList& list, bool isFullSync) override;
+    void ProcessL2DesiredStateUpdate(const LoftDBUpdateList&, bool) override {}
     // The runtime side of the L2 table: LOG_SWITCH_STATE and ROUTING_DOMAIN_VTEP.
-    void ProcessL2RuntimeStateUpdate(const LoftDBUpdateList& list, bool isFullSync);
+    void ProcessL2RuntimeStateUpdate(const LoftDBUpdateList& list, bool isFullSync) override;
 
 private:
     ILoftdbClient& _loftdbClient;

@@ -4,7 +4,10 @@
 
 #include "log/LogLevel.h"
 #include "frame/vocabulary/ObjectType.h"
+#include "frame/vocabulary/PropertyType.h"
 #include "frame/vocabulary/UpdateOperation.h"
+#include "loftdb_common.pb.h"
+#include "loftdb_overlay.pb.h"
 
 namespace {
 
@@ -30,6 +33,27 @@ protected:
         cache->ConfigTable()->UpdateDesiredState(list, true);
     }
 
+    // One logical switch with `macs` MAC rows beside its own row. The local
+    // side gets MACs of its own: the table takes back remote ones it reports.
+    LoftDBUpdateList Switch(uint32_t type, size_t macs) const {
+        const uint64_t first = type == LOG_SWITCH_STATE ? 0x0050570000000000ull : 0x0050560000000000ull;
+        LoftDBUpdateList list;
+        list.emplace_back(type, kSwitch, OP_UPDATE, std::string(), std::string());
+        for (size_t i = 0; i < macs; ++i) {
+            halden::zef::loftdb::LogSwitchMacEntryMsg mac;
+            mac.set_mac(first + i);
+            list.emplace_back(type, kSwitch, OP_UPDATE, L2_VM_MAC, mac.SerializeAsString());
+        }
+        return list;
+    }
+
+    static std::string SwitchId() {
+        halden::zef::loftdb::UuidMsg id;
+        id.set_left(0x0102030405060708ull);
+        id.set_right(0x090a0b0c0d0e0f10ull);
+        return id.SerializeAsString();
+    }
+
     static size_t Rows(const std::string& json) {
         size_t rows = 0;
         for (size_t at = json.find("\"ObjectID\""); at != std::string::npos;
@@ -39,6 +63,7 @@ protected:
         return rows;
     }
 
+    const std::string kSwitch = SwitchId();
     int savedConsole = 0;
     int savedLevel = 0;
     zef::RefPtr<StateCache> cache = zef::MakeRef<StateCache>();
@@ -53,6 +78,69 @@ TEST_F(CacheCommandsTest, DesiredDumpStopsAtItsCap) {
     EXPECT_EQ(Rows(commands.ConfigOfType(LOG_SWITCH_CONFIG)), CacheCommands::kMaxDumpRows + 1)
         << "the by-type dumps have no cap";
     EXPECT_EQ(Rows(commands.ConfigOfType(CONTAINER)), 0u);
+}
+
+TEST_F(CacheCommandsTest, L2DumpsStopAtTheirCap) {
+    CacheCommands commands(cache);
+    auto& table = *cache->L2Table();
+    table.UpdateDesiredState(Switch(LOG_SWITCH_FIB, CacheCommands::kMaxDumpRows - 1), true);
+    table.UpdateRuntimeState(Switch(LOG_SWITCH_STATE, CacheCommands::kMaxDumpRows), true);
+    EXPECT_EQ(Rows(commands.L2Remote()), CacheCommands::kMaxDumpRows);
+    EXPECT_EQ(Rows(commands.L2Local()), CacheCommands::kMaxDumpRows);
+    EXPECT_EQ(table.RuntimeCount(), CacheCommands::kMaxDumpRows + 1);
+}
+
+// The fields an operator looks for, printed the way the tools print them.
+TEST_F(CacheCommandsTest, L2RowsShowTheEntrysFields) {
+    namespace lb = halden::zef::loftdb;
+    lb::LogSwitchVtepEntryMsg vtep;
+    vtep.mutable_vtep_label()->set_label(4101);
+    vtep.set_vtep_ip(0xc0a80a01);
+    vtep.set_vtep_mac(0x005056aabbccull);
+    vtep.set_dev_name("vmk10");
+    lb::LogSwitchIpEntryMsg ip;
+    ip.mutable_ip()->set_ipv6(std::string("\x20\x01\x0d\xb8", 4) + std::string(11, '\0') + "\x01");
+    lb::VtepGroupMsg group;
+    group.set_id("7");
+    group.set_label(7);
+    *group.add_vteps() = vtep;
+    auto& table = *cache->L2Table();
+    table.UpdateDesiredState(
+        {LoftDBUpdateMsg(LOG_SWITCH_FIB, kSwitch, OP_UPDATE, std::string(), std::string()),
+         LoftDBUpdateMsg(LOG_SWITCH_FIB, kSwitch, OP_UPDATE, L2_VTEP, vtep.SerializeAsString()),
+         LoftDBUpdateMsg(LOG_SWITCH_FIB, kSwitch, OP_UPDATE, L2_VM_IP, ip.SerializeAsString()),
+         LoftDBUpdateMsg(L2_VTEP_GROUP_OBJECT, "7", OP_UPDATE, L2_VTEP_GROUP, group.SerializeAsString())},
+        true);
+    const std::string dump = CacheCommands(cache).L2Remote();
+    for (const char* expected :
+         {"\"ObjectID\":\"01020304-0506-0708-090a-0b0c0d0e0f10\"", "\"ObjectType\":\"LOG_SWITCH_FIB\"",
+          "\"vtep_ip\":\"192.168.10.1\"", "\"vtep_mac\":\"00:50:56:aa:bb:cc\"", "\"dev_name\":\"vmk10\"",
+          "\"label\":4101", "\"ipv6\":\"2001:0db8:0000:0000:0000:0000:0000:0001\"", "\"ObjectID\":\"7\"",
+          "\"ha_mode\":\"None\"", "\"vtep\":[{", "\"vtep_label\":4101"}) {
+        EXPECT_NE(dump.find(expected), std::string::npos) << expected << " in " << dump;
+    }
+}
+
+TEST_F(CacheCommandsTest, TableAndSizesHoldTheL2Sides) {
+    CacheCommands commands(cache);
+    cache->L2Table()->UpdateDesiredState(Switch(LOG_SWITCH_FIB, 2), true);
+    cache->L2Table()->UpdateRuntimeState(Switch(LOG_SWITCH_STATE, 1), true);
+    const std::string table = commands.CacheTable();
+    const size_t local = table.find("\"local_l2_cache\"");
+    const size_t remote = table.find("\"remote_l2_cache\"");
+    ASSERT_NE(local, std::string::npos);
+    ASSERT_NE(remote, std::string::npos);
+    EXPECT_EQ(Rows(table.substr(local, remote > local ? remote - local : std::string::npos)), 2u);
+
+    const size_t macBytes = Switch(LOG_SWITCH_FIB, 1).back().propertyValue.size();
+    const std::string sizes = commands.CacheSize();
+    const std::string runtime = "{\"TableName\":\"RuntimeL2Cache\",\"Size\":" +
+                                std::to_string(2 * (kSwitch.size() + 28) + macBytes) + "}";
+    const std::string desired = "{\"TableName\":\"DesiredL2Cache\",\"Size\":" +
+                                std::to_string(3 * (kSwitch.size() + 28) + 2 * macBytes) + "}";
+    EXPECT_NE(sizes.find(runtime), std::string::npos) << sizes;
+    EXPECT_NE(sizes.find(desired), std::string::npos) << sizes;
+    EXPECT_LT(sizes.find("RuntimeL2Cache"), sizes.find("DesiredL2Cache"));
 }
 
 }  // namespace

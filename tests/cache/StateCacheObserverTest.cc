@@ -318,6 +318,31 @@ TEST_F(StateCacheObserverTest, RegisteredForVifAndHotmoveRuntimeUntilStopped) {
     EXPECT_EQ(client.written.size(), 1u);
 }
 
+// The L2 table's first runtime full sync replaces what the store held, even
+// when the host has nothing to report.
+TEST_F(StateCacheObserverTest, RegisteredForL2RuntimeUntilStopped) {
+    ASSERT_TRUE(observer->Start());
+    auto& table = *cache->L2Table();
+    table.UpdateRuntimeState({}, true);
+    ASSERT_EQ(client.written.size(), 1u);
+    ASSERT_EQ(client.written[0].list.size(), 2u);
+    ExpectFlush(client.written[0].list[0], LOG_SWITCH_STATE);
+    ExpectFlush(client.written[0].list[1], ROUTING_DOMAIN_VTEP);
+
+    const std::string logSwitch = Uuid(4, 5);
+    table.UpdateRuntimeState({Record(LOG_SWITCH_STATE, logSwitch, OP_UPDATE)}, false);
+    ASSERT_EQ(client.written.size(), 2u);
+    LogSwitchStateMsg switchKey;
+    switchKey.mutable_id()->ParseFromString(logSwitch);
+    ASSERT_EQ(client.written[1].list.size(), 1u);
+    ExpectPut(client.written[1].list[0], LOG_SWITCH_STATE, switchKey);
+
+    ASSERT_TRUE(observer->Stop());
+    EXPECT_FALSE(observer->Stop()) << "nothing is left to leave";
+    table.UpdateRuntimeState({Record(LOG_SWITCH_STATE, logSwitch, OP_DELETE)}, false);
+    EXPECT_EQ(client.written.size(), 2u);
+}
+
 TEST_F(StateCacheObserverTest, EachL2RecordBecomesItsStoreOperation) {
     const std::string logSwitch = Uuid(4, 5);
     const std::string domain = Uuid(6, 7);

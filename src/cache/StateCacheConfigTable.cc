@@ -19,6 +19,8 @@ namespace {
 
 using Lock = std::lock_guard<std::recursive_mutex>;
 
+constexpr size_t kUnpackBatch = 256;
+
 LoftDBUpdateMsg DeleteRecord(ConfigEntry& entry, const SharedBytes& traceInfo) {
     LoftDBUpdateMsg record(entry.objectType, std::move(entry.objectId), OP_DELETE,
                            entry.propertyType, std::move(entry.value));
@@ -139,20 +141,32 @@ bool StateCacheConfigTable::ApplyValue(Side& side, LoftDBUpdateMsg& record, bool
     return false;
 }
 
-void StateCacheConfigTable::Update(Side& side, LoftDBUpdateList list, bool isFullSync,
+void StateCacheConfigTable::Update(Side& side, RecordPack records, bool isFullSync,
                                    bool desired) {
     Lock guard(agentLock());
     const uint64_t began = StageClock::Enabled() ? StageClock::Now() : 0;
-    const size_t records = list.size();
+    const size_t count = records.Size();
     // A full sync starts a generation; what it does not confirm is stale.
     // An empty runtime full sync confirms nothing, so everything goes.
-    const bool newGeneration = isFullSync && (desired || !list.empty());
+    const bool newGeneration = isFullSync && (desired || !records.Empty());
     if (newGeneration) {
         ++side.version;
     }
     LoftDBUpdateList changes;
-    if (!Apply(side, list, isFullSync, desired, changes)) {
-        return;
+    // Unpacked a batch at a time, so that a full load is never unpacked whole.
+    LoftDBUpdateList batch;
+    LoftDBUpdateMsg record;
+    while (true) {
+        while (batch.size() < kUnpackBatch && records.TakeFront(record)) {
+            batch.push_back(std::move(record));
+            record = LoftDBUpdateMsg();
+        }
+        if (batch.empty()) {
+            break;
+        }
+        if (!Apply(side, batch, isFullSync, desired, changes)) {
+            return;
+        }
     }
     if (isFullSync) {
         std::vector<ConfigEntry> stale =
@@ -168,7 +182,7 @@ void StateCacheConfigTable::Update(Side& side, LoftDBUpdateList list, bool isFul
         changes.splice(changes.begin(), properties);
     }
     if (began != 0) {
-        StageClock::Add(StageClock::Table, StageClock::Now() - began, records);
+        StageClock::Add(StageClock::Table, StageClock::Now() - began, count);
     }
     bool flag = false;
     if (!side.updated) {
@@ -181,16 +195,20 @@ void StateCacheConfigTable::Update(Side& side, LoftDBUpdateList list, bool isFul
 }
 
 void StateCacheConfigTable::UpdateDesiredState(const LoftDBUpdateList& list, bool isFullSync) {
-    TakeDesiredState(LoftDBUpdateList(list), isFullSync);
+    RecordPack records;
+    records.Append(list);
+    TakeDesiredState(std::move(records), isFullSync);
 }
 
-void StateCacheConfigTable::TakeDesiredState(LoftDBUpdateList list, bool isFullSync) {
+void StateCacheConfigTable::TakeDesiredState(RecordPack records, bool isFullSync) {
     DelayLog delay(Instrumented(), "ConfigCache UpdateDesiredState");
-    Update(_desired, std::move(list), isFullSync, true);
+    Update(_desired, std::move(records), isFullSync, true);
 }
 
 void StateCacheConfigTable::UpdateRuntimeState(const LoftDBUpdateList& list, bool isFullSync) {
-    Update(_runtime, list, isFullSync, false);
+    RecordPack records;
+    records.Append(list);
+    Update(_runtime, std::move(records), isFullSync, false);
 }
 
 void StateCacheConfigTable::Notify(Side& side, LoftDBUpdateList changes, bool flag, bool desired) {

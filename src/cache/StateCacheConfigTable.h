@@ -15,7 +15,7 @@ class StateCacheConfigTable : public zef::RefCounted<StateCacheConfigTable, Comp
                               public IStateCacheConfigTable {
 public:
     void UpdateDesiredState(const LoftDBUpdateList& list, bool isFullSync) override;
-    void TakeDesiredState(LoftDBUpdateList list, bool isFullSync) override;
+    void TakeDesiredState(RecordPack records, bool isFullSync) override;
     void UpdateRuntimeState(const LoftDBUpdateList& list, bool isFullSync) override;
 
     bool RegisterDesiredStateObserver(uint32_t objectType, SCConfigTableObserver* observer) override;
@@ -57,7 +57,7 @@ private:
     bool ApplyValue(Side& side, LoftDBUpdateMsg& record, bool isFullSync, bool diffProperties,
                     bool heard, LoftDBUpdateList& changes);
     void Notify(Side& side, LoftDBUpdateList changes, bool flag, bool desired);
-    void Update(Side& side, LoftDBUpdateList list, bool isFullSync, bool desired);
+    void Update(Side& side, RecordPack records, bool isFullSync, bool desired);
     bool RegisterObserver(Side& side, const char* sideName, uint32_t objectType,
                           SCConfigTableObserver* observer);
     bool UnregisterObserver(Side& side, const char* sideName, SCConfigTableObserver* observer);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "frame/vocabulary/LoftDBUpdateMsg.h"
+#include "frame/vocabulary/RecordPack.h"
 #include "zef/IRefCountable.h"
 #include "zef/RefCounted.h"
 
@@ -13,10 +14,10 @@ public:
     // One component's share of one store transaction, on the dispatcher's
     // thread. The list stays the caller's.
     virtual void UpdateDesiredState(const LoftDBUpdateList& list, bool isFullSync) = 0;
-    // The same, for a caller that hands the list over: a component that
-    // consumes its records as it goes overrides it.
-    virtual void TakeDesiredState(LoftDBUpdateList list, bool isFullSync) {
-        UpdateDesiredState(list, isFullSync);
+    // The same, for the dispatcher, which hands its packed records over: a
+    // component that consumes them as it goes overrides it.
+    virtual void TakeDesiredState(RecordPack records, bool isFullSync) {
+        UpdateDesiredState(records.TakeAll(), isFullSync);
     }
 };
 

@@ -171,17 +171,37 @@ void LoftdbClient::Stop() {
     client->Stop();
 }
 
-void LoftdbClient::Route(LoftDBUpdateList records, std::span<const ComponentType> to) {
+bool LoftdbClient::MergesAtBarrier(ComponentType component) {
+    return component == L2CACHE || component == L3CACHE;
+}
+
+void LoftdbClient::Route(const LoftDBUpdateList& records, std::span<const ComponentType> to) {
     if (records.empty()) {
         return;
     }
-    // Each component gets its own copy; the last takes the records themselves.
-    for (ComponentType component : to.first(to.size() - 1)) {
-        LoftDBUpdateList& list = pending[component];
-        list.insert(list.end(), records.begin(), records.end());
+    for (ComponentType component : to) {
+        if (MergesAtBarrier(component)) {
+            LoftDBUpdateList& list = pendingLists[component];
+            list.insert(list.end(), records.begin(), records.end());
+        } else if (component == CONFIGCACHE) {
+            RouteConfig(records);
+        } else {
+            pending[component].Append(records);
+        }
     }
-    LoftDBUpdateList& last = pending[to.back()];
-    last.splice(last.end(), records);
+}
+
+void LoftdbClient::RouteConfig(const LoftDBUpdateList& records) {
+    RecordPack& others = pending[CONFIGCACHE];
+    for (const LoftDBUpdateMsg& record : records) {
+        if (record.objectType == ENTITY_GROUP_RELATION && record.propertyType == CONTINER_LOGICAL_SWITCH_PORT) {
+            groupRecords.push_back(record);
+        } else if (record.operation == OP_DELETE) {
+            configDeletes.Append(record);
+        } else {
+            others.Append(record);
+        }
+    }
 }
 
 void LoftdbClient::MonitorUpdateCB(const MonitorUpdateMsg& update) {
@@ -261,6 +281,24 @@ void LoftdbClient::Merge(LoftDBUpdateList& list) {
     }
 }
 
+void LoftdbClient::CloseConfigShare() {
+    if (configDeletes.Empty() && groupRecords.empty() && pending.count(CONFIGCACHE) == 0) {
+        return;
+    }
+    RecordPack& share = pending[CONFIGCACHE];
+    // Group relations become the containers they make, behind the rest.
+    RevertUPMContainerMapping(groupRecords);
+    for (const LoftDBUpdateMsg& record : groupRecords) {
+        (record.operation == OP_DELETE ? configDeletes : share).Append(record);
+    }
+    groupRecords.clear();
+    // Deletes first, so that a table never holds an object and its
+    // replacement at once; each kind keeps its order.
+    configDeletes.Splice(share);
+    share = std::move(configDeletes);
+    configDeletes = RecordPack();
+}
+
 void LoftdbClient::RevertUPMContainerMapping(LoftDBUpdateList& list) {
     std::set<std::string> touched;
     for (auto it = list.begin(); it != list.end();) {
@@ -316,28 +354,12 @@ void LoftdbClient::MonitorBarrierCB() {
             pending[static_cast<ComponentType>(component)];
         }
     }
-    for (ComponentType cache : {L2CACHE, L3CACHE}) {
-        auto it = pending.find(cache);
-        if (it != pending.end()) {
-            Merge(it->second);
-        }
+    for (auto& [cache, list] : pendingLists) {
+        Merge(list);
+        pending[cache].Append(list);
     }
-    auto config = pending.find(CONFIGCACHE);
-    if (config != pending.end()) {
-        RevertUPMContainerMapping(config->second);
-        // Deletes first, so that a table never holds an object and its
-        // replacement at once; each kind keeps its order.
-        LoftDBUpdateList& list = config->second;
-        LoftDBUpdateList deletes;
-        for (auto it = list.begin(); it != list.end();) {
-            auto next = std::next(it);
-            if (it->operation == OP_DELETE) {
-                deletes.splice(deletes.end(), list, it);
-            }
-            it = next;
-        }
-        list.splice(list.begin(), deletes);
-    }
+    pendingLists.clear();
+    CloseConfigShare();
     auto transaction = std::make_unique<Transaction>();
     transaction->updates = std::move(pending);
     transaction->isFullSync = isFullSync;

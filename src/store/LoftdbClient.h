@@ -15,6 +15,7 @@
 #include "frame/MsgQueue.h"
 #include "frame/vocabulary/ComponentType.h"
 #include "frame/vocabulary/LoftDBUpdateMsg.h"
+#include "frame/vocabulary/RecordPack.h"
 #include "store/ILoftdbClient.h"
 #include "store/UpdateQueue.h"
 #include "zef/IRefCountable.h"
@@ -79,7 +80,12 @@ public:
 
 private:
     void RegisterMonitors();
-    void Route(LoftDBUpdateList records, std::span<const ComponentType> to);
+    // Files a decoded update's records with each receiver.
+    void Route(const LoftDBUpdateList& records, std::span<const ComponentType> to);
+    void RouteConfig(const LoftDBUpdateList& records);
+    // The config cache's share at the barrier: deletes, then the rest.
+    void CloseConfigShare();
+    static bool MergesAtBarrier(ComponentType component);
     void Merge(LoftDBUpdateList& list);
     void RevertUPMContainerMapping(LoftDBUpdateList& list);
     // The store's share of a transaction: the library's time between two
@@ -91,7 +97,13 @@ private:
     std::atomic<bool> channelUp{false};
     bool fullSyncDone = false;
     std::vector<halden::zef::loftdb::MonitorStatementMsg> statements;
-    std::map<ComponentType, LoftDBUpdateList> pending;
+    // The open transaction: each component's records packed as they come.
+    // The two caches whose records merge at the barrier keep lists; the
+    // config cache keeps its deletes and its group relations apart.
+    std::map<ComponentType, RecordPack> pending;
+    std::map<ComponentType, LoftDBUpdateList> pendingLists;
+    RecordPack configDeletes;
+    LoftDBUpdateList groupRecords;
     std::shared_ptr<UpdateQueue> updateQueue;
     std::unordered_map<std::string, std::list<std::string>, SerializedIdHash> containerMembers;
     std::atomic<uint64_t> lastBarrierTime{0};

@@ -79,15 +79,15 @@ void MsgDispatcher::Run() {
 
 void MsgDispatcher::Dispatch(Transaction& transaction) {
     const char* mode = transaction.isFullSync ? "FullSync" : "delta update";
-    // Each list is one component's alone, so it is handed over.
-    for (auto& [type, list] : transaction.updates) {
+    // Each share is one component's alone, so it is handed over.
+    for (auto& [type, records] : transaction.updates) {
         zef::RefPtr<Component> component = Find(type);
         if (!component) {
             continue;
         }
         CFG_LOG(LL_INFO, "MsgDispatcher: dispatching object to component %1 (%2) ID %3",
                 CompTypeToString(type), mode, transaction.transactionId);
-        component->TakeDesiredState(std::move(list), transaction.isFullSync);
+        component->TakeDesiredState(std::move(records), transaction.isFullSync);
     }
 }
 

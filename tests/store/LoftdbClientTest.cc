@@ -83,7 +83,7 @@ TEST_F(LoftdbClientTest, RecordsWaitForTheBarrierAndDeletesLeadTheConfigList) {
 
     auto transaction = Close();
     ASSERT_EQ(transaction->updates.count(CONFIGCACHE), 1u);
-    const LoftDBUpdateList& list = transaction->updates[CONFIGCACHE];
+    const LoftDBUpdateList list = transaction->updates[CONFIGCACHE].TakeAll();
     ASSERT_EQ(list.size(), 17u);
     bool seenUpdate = false;
     for (const LoftDBUpdateMsg& record : list) {
@@ -110,7 +110,7 @@ TEST_F(LoftdbClientTest, EntriesThatComeAndGoInOneTransactionAreMergedAway) {
     client->MonitorUpdateCB(zef::loftdb::BuildMonitorUpdate(LOG_SWITCH_FIB, &one, &empty, select, 1));
     auto transaction = Close();
     ASSERT_EQ(transaction->updates.count(L2CACHE), 1u);
-    EXPECT_TRUE(transaction->updates[L2CACHE].empty());
+    EXPECT_TRUE(transaction->updates[L2CACHE].Empty());
 }
 
 TEST_F(LoftdbClientTest, GroupRelationsBecomeContainerMembers) {
@@ -129,14 +129,14 @@ TEST_F(LoftdbClientTest, GroupRelationsBecomeContainerMembers) {
     client->MonitorUpdateCB(zef::loftdb::BuildMonitorUpdate(ENTITY_GROUP_RELATION, nullptr, &port1, "", 1));
     client->MonitorUpdateCB(zef::loftdb::BuildMonitorUpdate(ENTITY_GROUP_RELATION, nullptr, &port2, "", 1));
     auto transaction = Close();
-    const LoftDBUpdateList& config = transaction->updates[CONFIGCACHE];
+    const LoftDBUpdateList config = transaction->updates[CONFIGCACHE].TakeAll();
     ASSERT_EQ(config.size(), 2u);
     EXPECT_EQ(config.front().objectType, CONTAINER);
     EXPECT_EQ(config.back().propertyType, CONTINER_LOGICAL_SWITCH_PORT);
     halden::zef::loftdb::ContainerMsg container;
     ASSERT_TRUE(container.ParseFromString(config.back().propertyValue));
     EXPECT_EQ(container.members_size(), 2);
-    EXPECT_EQ(transaction->updates[DFW].size(), 2u) << "the firewall gets the relations whole";
+    EXPECT_EQ(transaction->updates[DFW].Size(), 2u) << "the firewall gets the relations whole";
 
     // Both leave: the container goes.
     auto none1 = relation(1, {});
@@ -144,7 +144,7 @@ TEST_F(LoftdbClientTest, GroupRelationsBecomeContainerMembers) {
     client->MonitorUpdateCB(zef::loftdb::BuildMonitorUpdate(ENTITY_GROUP_RELATION, &port1, &none1, "", 1));
     client->MonitorUpdateCB(zef::loftdb::BuildMonitorUpdate(ENTITY_GROUP_RELATION, &port2, &none2, "", 1));
     transaction = Close();
-    const LoftDBUpdateList& gone = transaction->updates[CONFIGCACHE];
+    const LoftDBUpdateList gone = transaction->updates[CONFIGCACHE].TakeAll();
     ASSERT_EQ(gone.size(), 1u);
     EXPECT_EQ(gone.front().objectType, CONTAINER);
     EXPECT_EQ(gone.front().operation, OP_DELETE);

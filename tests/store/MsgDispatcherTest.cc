@@ -51,9 +51,9 @@ TEST_F(MsgDispatcherTest, ComponentsGetTheirShareInAscendingOrder) {
     Transaction transaction;
     transaction.isFullSync = true;
     transaction.updates[BFD];
-    transaction.updates[DFW].push_back(LoftDBUpdateMsg(29, "rule", OP_UPDATE, "", ""));
+    transaction.updates[DFW].Append(LoftDBUpdateMsg(29, "rule", OP_UPDATE, "", ""));
     transaction.updates[CONFIGAPP];
-    transaction.updates[CONFIGCACHE].resize(3);
+    transaction.updates[CONFIGCACHE].Append(LoftDBUpdateList(3));
     dispatcher->Dispatch(transaction);
     ASSERT_EQ(journal.size(), 3u) << "DFW has no component: its records are dropped";
     EXPECT_EQ(journal[0].first, CONFIGCACHE);

@@ -22,6 +22,9 @@ public:
     bool empty() const { return _bytes == nullptr; }
     size_t size() const { return str().size(); }
 
+    // The same stored bytes, not merely equal ones.
+    bool SameAs(const SharedBytes& other) const { return _bytes == other._bytes; }
+
     bool operator==(const SharedBytes& other) const { return str() == other.str(); }
     friend bool operator==(const SharedBytes& bytes, const std::string& text) { return bytes.str() == text; }
     friend std::ostream& operator<<(std::ostream& out, const SharedBytes& bytes) { return out << bytes.str(); }

@@ -2,6 +2,7 @@
 
 #include "KcpProtocol.h"
 #include "SwsecProtocol.h"
+#include "VxlanProtocol.h"
 
 namespace Dpsim {
 
@@ -11,6 +12,9 @@ std::unique_ptr<LinkProtocol> LinkProtocol::Create(const std::string& name) {
     }
     if (name == "swsec") {
         return std::make_unique<SwsecProtocol>();
+    }
+    if (name == "vxlan") {
+        return std::make_unique<VxlanProtocol>();
     }
     return nullptr;
 }

@@ -9,16 +9,30 @@ namespace {
 
 constexpr size_t kBlockBytes = 256 * 1024;
 
-// What stands before a record's id and value bytes.
-struct Head {
-    uint32_t objectType;
-    uint32_t propertyType;
-    uint32_t operation;
-    uint32_t idLength;
-    uint32_t valueLength;
-    uint32_t traceSlot;
-    uint32_t tenantSlot;
-};
+// A record is its numbers as varints (type, property, operation, id length,
+// value length, trace slot, tenant slot), then its id and value bytes: for
+// the common record, seven bytes of head instead of a list node.
+constexpr size_t kMaxHead = 7 * 5;
+
+char* PutVarint(char* at, uint32_t value) {
+    while (value >= 0x80) {
+        *at++ = static_cast<char>((value & 0x7F) | 0x80);
+        value >>= 7;
+    }
+    *at++ = static_cast<char>(value);
+    return at;
+}
+
+const char* GetVarint(const char* at, uint32_t& value) {
+    value = 0;
+    for (int shift = 0;; shift += 7) {
+        const auto byte = static_cast<unsigned char>(*at++);
+        value |= static_cast<uint32_t>(byte & 0x7F) << shift;
+        if ((byte & 0x80) == 0) {
+            return at;
+        }
+    }
+}
 
 }  // namespace
 
@@ -60,22 +74,19 @@ RecordPack::Block& RecordPack::Room(size_t length) {
 }
 
 void RecordPack::Append(const LoftDBUpdateMsg& record) {
-    const size_t length = sizeof(Head) + record.objectId.size() + record.propertyValue.size();
-    Block& block = Room(length);
-    const Head head{record.objectType,
-                    record.propertyType,
-                    record.operation,
-                    static_cast<uint32_t>(record.objectId.size()),
-                    static_cast<uint32_t>(record.propertyValue.size()),
-                    block.Slot(record.traceInfo),
-                    block.Slot(record.tenantContext)};
+    Block& block = Room(kMaxHead + record.objectId.size() + record.propertyValue.size());
     char* at = block.bytes.get() + block.used;
-    std::memcpy(at, &head, sizeof head);
-    at += sizeof head;
+    for (uint32_t number : {record.objectType, record.propertyType, record.operation,
+                            static_cast<uint32_t>(record.objectId.size()),
+                            static_cast<uint32_t>(record.propertyValue.size()),
+                            block.Slot(record.traceInfo), block.Slot(record.tenantContext)}) {
+        at = PutVarint(at, number);
+    }
     std::memcpy(at, record.objectId.data(), record.objectId.size());
     at += record.objectId.size();
     std::memcpy(at, record.propertyValue.data(), record.propertyValue.size());
-    block.used += length;
+    at += record.propertyValue.size();
+    block.used = static_cast<size_t>(at - block.bytes.get());
     ++_count;
 }
 
@@ -118,18 +129,24 @@ bool RecordPack::TakeFront(LoftDBUpdateMsg& record) {
     }
     const Block& block = *_blocks.front();
     const char* at = block.bytes.get() + _read;
-    Head head;
-    std::memcpy(&head, at, sizeof head);
-    at += sizeof head;
-    record.objectType = head.objectType;
-    record.propertyType = head.propertyType;
-    record.operation = head.operation;
-    record.objectId.assign(at, head.idLength);
-    at += head.idLength;
-    record.propertyValue.assign(at, head.valueLength);
-    record.traceInfo = block.Shared(head.traceSlot);
-    record.tenantContext = block.Shared(head.tenantSlot);
-    _read += sizeof head + head.idLength + head.valueLength;
+    uint32_t idLength = 0;
+    uint32_t valueLength = 0;
+    uint32_t traceSlot = 0;
+    uint32_t tenantSlot = 0;
+    at = GetVarint(at, record.objectType);
+    at = GetVarint(at, record.propertyType);
+    at = GetVarint(at, record.operation);
+    at = GetVarint(at, idLength);
+    at = GetVarint(at, valueLength);
+    at = GetVarint(at, traceSlot);
+    at = GetVarint(at, tenantSlot);
+    record.objectId.assign(at, idLength);
+    at += idLength;
+    record.propertyValue.assign(at, valueLength);
+    at += valueLength;
+    record.traceInfo = block.Shared(traceSlot);
+    record.tenantContext = block.Shared(tenantSlot);
+    _read = static_cast<size_t>(at - block.bytes.get());
     --_count;
     return true;
 }

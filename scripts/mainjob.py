@@ -8,6 +8,8 @@
                                     its block key
     mainjob.py summary SAMPLE       the port table on stdin, VIF_STATE objects
                                     (loftdb-ctl get lines) in the file $VIF_STATE
+    mainjob.py l2 SAMPLE            the L2 table's rows (cfgagent/l2/remote or
+                                    local, on stdin), one line each
 """
 import json
 import os
@@ -85,6 +87,19 @@ def summary(sample):
                                                        ",".join(ips) or "-"))
 
 
+def l2_rows(stdin):
+    answer = json.load(stdin)
+    rows = answer if isinstance(answer, list) else next(
+        (v for v in answer.values() if isinstance(v, list)), [])
+    if not rows:
+        print("  (none)")
+    for row in rows:
+        value = row.get("PropertyValue")
+        print("  %-17s %-38s %-20s %s" % (row.get("ObjectType"), row.get("ObjectID"),
+                                         row.get("PropertyType"),
+                                         json.dumps(value, separators=(",", ":")) if value else ""))
+
+
 def main():
     command, sample = sys.argv[1], sys.argv[2]
     if command == "vifs":
@@ -93,6 +108,8 @@ def main():
         sys.exit(realised(sample))
     elif command == "summary":
         summary(sample)
+    elif command == "l2":
+        l2_rows(sys.stdin)
     else:
         sys.exit(__doc__)
 

@@ -87,11 +87,15 @@ echo "== summary"
 echo
 echo "  the agent's view (ovs-appctl -t \$socket cfgagent/lport/status):"
 ovs-appctl -t "$socket" cfgagent/lport/status | sed 's/^/  /'
+echo
+echo "  the overlay entries the store gives this host (cfgagent/l2/remote):"
+ovs-appctl -t "$socket" cfgagent/l2/remote | python3 scripts/mainjob.py l2 "$sample"
 cat <<TXT
 == look further
   ovs-appctl -t $socket list-commands
   ovs-appctl -t $socket cfgagent/config/lsportlist
   ovs-appctl -t $socket cfgagent/config/local
+  ovs-appctl -t $socket cfgagent/l2/remote
   ZEF_HOST_ROOT=$root $dpsim ctl ports kcp_taklink
   ZEF_HOST_ROOT=$root $dpsim ctl vif kcp_taklink disconnect vif-web-1 hotmove
   ZEF_HOST_ROOT=$root $dpsim ctl notify kcp_taklink portprop vif-web-2

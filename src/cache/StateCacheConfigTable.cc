@@ -211,9 +211,10 @@ void StateCacheConfigTable::UpdateRuntimeState(const LoftDBUpdateList& list, boo
     Update(_runtime, std::move(records), isFullSync, false);
 }
 
-void StateCacheConfigTable::Notify(Side& side, LoftDBUpdateList changes, bool flag, bool desired) {
+std::map<SCConfigTableObserver*, LoftDBUpdateList> StateCacheConfigTable::SortChanges(
+    Side& side, LoftDBUpdateList changes, bool flag) {
+    StageScope stage(StageClock::Observers);
     std::map<SCConfigTableObserver*, LoftDBUpdateList> lists;
-    std::optional<StageScope> sorting(StageClock::Observers);
     if (flag) {
         for (SCConfigTableObserver* observer : side.observers.Ordered()) {
             lists[observer];
@@ -235,7 +236,12 @@ void StateCacheConfigTable::Notify(Side& side, LoftDBUpdateList changes, bool fl
         LoftDBUpdateList& last = lists[told.back()];
         last.splice(last.end(), changes, changes.begin());
     }
-    sorting.reset();
+    return lists;
+}
+
+void StateCacheConfigTable::Notify(Side& side, LoftDBUpdateList changes, bool flag, bool desired) {
+    std::map<SCConfigTableObserver*, LoftDBUpdateList> lists =
+        SortChanges(side, std::move(changes), flag);
     for (SCConfigTableObserver* observer : side.observers.Ordered()) {
         auto it = lists.find(observer);
         if (it == lists.end()) {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <map>
+
 #include "cache/ConfigEntrySet.h"
 #include "cache/IStateCacheConfigTable.h"
 #include "cache/ObserverRegistry.h"
@@ -57,6 +59,9 @@ private:
     bool ApplyValue(Side& side, LoftDBUpdateMsg& record, bool isFullSync, bool diffProperties,
                     bool heard, LoftDBUpdateList& changes);
     void Notify(Side& side, LoftDBUpdateList changes, bool flag, bool desired);
+    // Each observer's share of the changes, in the order it must hear them.
+    static std::map<SCConfigTableObserver*, LoftDBUpdateList> SortChanges(
+        Side& side, LoftDBUpdateList changes, bool flag);
     void Update(Side& side, RecordPack records, bool isFullSync, bool desired);
     bool RegisterObserver(Side& side, const char* sideName, uint32_t objectType,
                           SCConfigTableObserver* observer);

@@ -37,6 +37,10 @@ std::string VxlanEntryRow::CheckRemoved(const Tlv& data, size_t removed, size_t 
     return {};
 }
 
+std::string VxlanEntryRow::NotOfType(const Tlv& data, uint16_t type) {
+    return "data type " + std::to_string(data.Type()) + " is not " + Name(type);
+}
+
 std::string VxlanEntryRow::Name(uint16_t type) {
     const char* name = VxlanMessage::DataTypeName(type);
     return name != nullptr ? name : "data type " + std::to_string(type);

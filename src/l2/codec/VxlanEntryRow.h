@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "dplink/BigEndian.h"
 #include "dplink/Tlv.h"
 
 namespace CfgAgent {
@@ -32,6 +33,8 @@ public:
     }
     // A name for reasons: the data type's, or its number.
     static std::string Name(uint16_t type);
+    // Why `data` is not of `type`, for a reader that takes one type only.
+    static std::string NotOfType(const Tlv& data, uint16_t type);
 
     // Removals first, then additions, each written by `write(at, entry)`.
     template <typename Entry, typename Write>
@@ -63,6 +66,47 @@ public:
             (i < removedCount ? removed : added).push_back(read(at));
         }
     }
+
+    // The counted updates: SwitchID at 4, the VNI at 8 where the update has
+    // one, the number of removals at `removedAt`, then removals and additions.
+    template <typename Update, typename Write>
+    static bool BuildCounted(std::vector<uint8_t>& tlv, uint16_t type, size_t head, size_t entry,
+                             size_t removedAt, const Update& update, Write write) {
+        if (!Fill(tlv, type, head, entry, update.removed, update.added, write)) {
+            return false;
+        }
+        BigEndian::Put32(tlv.data() + kSwitchIdAt, update.switchId);
+        if constexpr (requires { update.vni; }) {
+            BigEndian::Put32(tlv.data() + kVniAt, update.vni);
+        }
+        BigEndian::Put16(tlv.data() + removedAt, static_cast<uint16_t>(update.removed.size()));
+        return true;
+    }
+    // The reader of the same; the caller has checked the type.
+    template <typename Update, typename Read>
+    static std::string ReadCounted(const Tlv& data, size_t head, size_t entry, size_t removedAt,
+                                   Update& update, Read read) {
+        size_t count = 0;
+        std::string reason = Count(data, head, entry, count);
+        if (!reason.empty()) {
+            return reason;
+        }
+        const size_t removed = BigEndian::Get16(At(data, removedAt));
+        reason = CheckRemoved(data, removed, count);
+        if (!reason.empty()) {
+            return reason;
+        }
+        update.switchId = BigEndian::Get32(At(data, kSwitchIdAt));
+        if constexpr (requires { update.vni; }) {
+            update.vni = BigEndian::Get32(At(data, kVniAt));
+        }
+        Split(data, head, entry, count, removed, update.removed, update.added, read);
+        return {};
+    }
+
+private:
+    static constexpr size_t kSwitchIdAt = 4;
+    static constexpr size_t kVniAt = 8;
 };
 
 }  // namespace CfgAgent

@@ -3,11 +3,11 @@
 #include <arpa/inet.h>
 
 #include <algorithm>
-#include <cstdarg>
 #include <cstdio>
 #include <utility>
 #include <vector>
 
+#include "dplink/BoundedText.h"
 #include "log/Logger.h"
 #include "l2/codec/VxlanBfdUpdateCodec.h"
 #include "l2/codec/VxlanConfigureCodec.h"
@@ -28,30 +28,6 @@
 namespace CfgAgent {
 
 namespace {
-
-// A text that keeps at most kMaxText characters; whatever would pass the
-// limit is dropped without a mark, as the log line must stay bounded.
-class Text {
-public:
-    __attribute__((format(printf, 2, 3))) void Add(const char* format, ...) {
-        const size_t room = VxlanDump::kMaxText - _text.size();
-        if (room == 0) {
-            return;
-        }
-        char line[VxlanDump::kMaxText + 1];
-        va_list args;
-        va_start(args, format);
-        const int written = std::vsnprintf(line, room + 1, format, args);
-        va_end(args);
-        if (written > 0) {
-            _text.append(line, std::min(static_cast<size_t>(written), room));
-        }
-    }
-    std::string Take() { return std::move(_text); }
-
-private:
-    std::string _text;
-};
 
 struct MacText {
     explicit MacText(const VxlanMac& mac) {
@@ -94,12 +70,12 @@ const char* EnabledName(uint8_t flag) {
     return flag != 0 ? "Enabled" : "Disabled";
 }
 
-void Counts(Text& out, size_t removed, size_t added) {
+void Counts(BoundedText& out, size_t removed, size_t added) {
     out.Add("\tNum of removed entries: %zu\n", removed);
     out.Add("\tNum of added entries: %zu\n", added);
 }
 
-void Vteps(Text& out, const std::vector<VxlanVtepEntry>& vteps) {
+void Vteps(BoundedText& out, const std::vector<VxlanVtepEntry>& vteps) {
     for (const VxlanVtepEntry& vtep : vteps) {
         out.Add("\tVTEP IP:%s, label:%u, segment:%u, MAC:%s, encap:%s, MTEP:%u\n",
                 IpText(vtep.vtepIp).text, vtep.vtepLabel, vtep.segmentId,
@@ -108,18 +84,18 @@ void Vteps(Text& out, const std::vector<VxlanVtepEntry>& vteps) {
     }
 }
 
-void MacEntry(Text& out, const VxlanMacEntry& entry) {
+void MacEntry(BoundedText& out, const VxlanMacEntry& entry) {
     out.Add("\tVM MAC:%s, VTEP MAC:%s, VTEP IP:%s, label:%u\n", MacText(entry.vmMac).text,
             MacText(entry.vtepMac).text, IpText(entry.vtepIp).text, entry.vtepLabel);
 }
 
 // The invalid line, for a data TLV its codec refuses.
-void Invalid(Text& out, const Tlv& data) {
+void Invalid(BoundedText& out, const Tlv& data) {
     out.Add("\tinvalid %s message length %u\n", VxlanMessage::DataTypeName(data.Type()),
             data.Length());
 }
 
-void UpdateData(Text& out, const Tlv& data) {
+void UpdateData(BoundedText& out, const Tlv& data) {
     switch (data.Type()) {
         case VXLAN_DATATYPE_VMMAC: {
             out.Add("\tVM MAC Update: len = %u\n", data.Length());
@@ -278,7 +254,7 @@ void UpdateData(Text& out, const Tlv& data) {
     }
 }
 
-void ConfigureItem(Text& out, const Tlv& data) {
+void ConfigureItem(BoundedText& out, const Tlv& data) {
     VxlanConfigureItem item;
     if (VxlanConfigureCodec::ItemLength(data.Type()) == 0) {
         out.Add("\tConfigure: unsupported item type %u, len %u", data.Type(), data.Length());
@@ -347,7 +323,7 @@ const char* QueryName(uint16_t type) {
     }
 }
 
-void QueryData(Text& out, const Tlv& data) {
+void QueryData(BoundedText& out, const Tlv& data) {
     if (VxlanQueryCodec::EntrySize(data.Type()) == 0) {
         out.Add("\tQuery: unsupported data type %u, len %u", data.Type(), data.Length());
         out.Add("\n");
@@ -367,7 +343,7 @@ void QueryData(Text& out, const Tlv& data) {
     }
 }
 
-void Row(Text& out, std::span<const uint8_t> message, void (*each)(Text&, const Tlv&)) {
+void Row(BoundedText& out, std::span<const uint8_t> message, void (*each)(BoundedText&, const Tlv&)) {
     std::vector<Tlv> row;
     VxlanMessage::Row(message, row);
     for (const Tlv& data : row) {
@@ -375,7 +351,7 @@ void Row(Text& out, std::span<const uint8_t> message, void (*each)(Text&, const 
     }
 }
 
-void StateRow(Text& out, std::span<const uint8_t> message, bool report) {
+void StateRow(BoundedText& out, std::span<const uint8_t> message, bool report) {
     std::vector<Tlv> row;
     VxlanMessage::Row(message, row);
     for (const Tlv& data : row) {
@@ -391,7 +367,7 @@ void StateRow(Text& out, std::span<const uint8_t> message, bool report) {
     }
 }
 
-void Fixed(Text& out, uint16_t type, std::span<const uint8_t> message) {
+void Fixed(BoundedText& out, uint16_t type, std::span<const uint8_t> message) {
     switch (type) {
         case VXLAN_MSG_SESSION_CONTROL: {
             VxlanSession session;
@@ -514,7 +490,7 @@ std::string VxlanDump::UuidText(const VxlanUuid& uuid) {
 }
 
 std::string VxlanDump::Render(std::span<const uint8_t> message) {
-    Text out;
+    BoundedText out(VxlanDump::kMaxText);
     out.Add("VXLAN Message\n");
     auto header = VxlanMessage::Header(message);
     if (!header) {

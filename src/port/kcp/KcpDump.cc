@@ -3,12 +3,12 @@
 #include <arpa/inet.h>
 
 #include <algorithm>
-#include <cstdarg>
 #include <cstdio>
 #include <iterator>
 #include <utility>
 #include <vector>
 
+#include "dplink/BoundedText.h"
 #include "log/Logger.h"
 #include "dplink/BigEndian.h"
 #include "dplink/FixedText.h"
@@ -27,30 +27,6 @@
 namespace CfgAgent {
 
 namespace {
-
-// A text that keeps at most kMaxText characters; whatever would pass the
-// limit is dropped without a mark, as the log line must stay bounded.
-class Text {
-public:
-    __attribute__((format(printf, 2, 3))) void Add(const char* format, ...) {
-        const size_t room = KcpDump::kMaxText - _text.size();
-        if (room == 0) {
-            return;
-        }
-        char line[KcpDump::kMaxText + 1];
-        va_list args;
-        va_start(args, format);
-        const int written = std::vsnprintf(line, room + 1, format, args);
-        va_end(args);
-        if (written > 0) {
-            _text.append(line, std::min(static_cast<size_t>(written), room));
-        }
-    }
-    std::string Take() { return std::move(_text); }
-
-private:
-    std::string _text;
-};
 
 const char* DataName(uint16_t type) {
     static const char* const kNames[] = {
@@ -149,13 +125,13 @@ const char* IdName(uint16_t listType) {
     }
 }
 
-void Properties(Text& out, const std::vector<KcpProperty>& properties) {
+void Properties(BoundedText& out, const std::vector<KcpProperty>& properties) {
     for (const KcpProperty& property : properties) {
         out.Add("\tProperty key: %u, len %zu\n", property.type, property.value.size());
     }
 }
 
-void VifRecord(Text& out, std::span<const uint8_t> bytes) {
+void VifRecord(BoundedText& out, std::span<const uint8_t> bytes) {
     KcpVifRecord head;
     auto properties = bytes.subspan(KcpVifUpdateCodec::kRecords.head);
     KcpVifUpdateCodec::ReadRecord(bytes.first(KcpVifUpdateCodec::kRecords.head), head);
@@ -198,7 +174,7 @@ void VifRecord(Text& out, std::span<const uint8_t> bytes) {
     }
 }
 
-void ContainerRecord(Text& out, std::span<const uint8_t> bytes) {
+void ContainerRecord(BoundedText& out, std::span<const uint8_t> bytes) {
     KcpContainerRecord record;
     KcpContainerUpdateCodec::ReadRecord(bytes, record);
     out.Add("\tCIF ID: %s\n", record.cifId.c_str());
@@ -213,7 +189,7 @@ void ContainerRecord(Text& out, std::span<const uint8_t> bytes) {
     }
 }
 
-void UplinkRecord(Text& out, std::span<const uint8_t> bytes) {
+void UplinkRecord(BoundedText& out, std::span<const uint8_t> bytes) {
     KcpUplinkRecord record;
     KcpUplinkUpdateCodec::ReadRecord(bytes, record);
     out.Add("\tUplink port ID: %s\n", record.uplinkPortId.c_str());
@@ -222,7 +198,7 @@ void UplinkRecord(Text& out, std::span<const uint8_t> bytes) {
     out.Add("\tAlias: %s\n", record.alias.c_str());
 }
 
-void HdsRecord(Text& out, std::span<const uint8_t> bytes) {
+void HdsRecord(BoundedText& out, std::span<const uint8_t> bytes) {
     KcpHdsRecord record;
     KcpHdsUpdateCodec::ReadRecord(bytes, record);
     out.Add("\tHDS ID: %s\n", record.hdsId.c_str());
@@ -239,7 +215,7 @@ void Records(std::span<const uint8_t> value, const KcpRecordRow::Layout& layout,
     }
 }
 
-void UpdateData(Text& out, const Tlv& data) {
+void UpdateData(BoundedText& out, const Tlv& data) {
     const auto value = data.Value();
     const char* name = DataName(data.Type());
     if (name == nullptr) {
@@ -299,7 +275,7 @@ void UpdateData(Text& out, const Tlv& data) {
     }
 }
 
-bool NotificationData(Text& out, const Tlv& data) {
+bool NotificationData(BoundedText& out, const Tlv& data) {
     KcpNotification notification;
     if (!KcpNotificationCodec::ReadData(data, notification)) {
         return false;
@@ -331,7 +307,7 @@ bool NotificationData(Text& out, const Tlv& data) {
 }
 
 // False when the walk must end here.
-bool Data(Text& out, uint16_t messageType, const Tlv& data) {
+bool Data(BoundedText& out, uint16_t messageType, const Tlv& data) {
     switch (messageType) {
         case KCP_MSG_INIT:
             if (data.Type() != KCP_INIT_MAX_MSG_LEN) {
@@ -360,7 +336,7 @@ bool Data(Text& out, uint16_t messageType, const Tlv& data) {
 }  // namespace
 
 std::string KcpDump::Render(std::span<const uint8_t> message) {
-    Text out;
+    BoundedText out(KcpDump::kMaxText);
     out.Add("KCP Message\n");
     auto header = KcpMessage::Header(message);
     if (!header) {

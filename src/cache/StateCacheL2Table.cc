@@ -512,46 +512,50 @@ bool StateCacheL2Table::GetRuntimeObject(const std::string& id, std::vector<L2En
     return true;
 }
 
+bool StateCacheL2Table::FirstByKey(Side& side, const std::string& id, uint32_t propertyType,
+                                   L2ValueKey key, std::string& value) {
+    std::vector<L2Entry> entries = side.rows.ByKey(id, propertyType, key);
+    if (entries.empty()) {
+        return false;
+    }
+    value = std::move(entries.front().value);
+    return true;
+}
+
 bool StateCacheL2Table::GetDesiredValueByKey(const std::string& id, uint32_t propertyType,
                                              uint64_t key, std::string& value) {
     Lock guard(agentLock());
-    std::vector<L2Entry> entries = _desired.rows.ByKey(id, propertyType, {{key, 0}});
-    if (entries.empty()) {
+    if (!FirstByKey(_desired, id, propertyType, {{key, 0}}, value)) {
         CFG_LOG(LL_DEBUG, "L2Cache: property does not exist: objectID : %1 , type: %2, valueKey: %3",
                 IdText(id), propertyType, key);
         return false;
     }
-    value = std::move(entries.front().value);
     return true;
 }
 
 bool StateCacheL2Table::GetDesiredValueByKey128(const std::string& id, uint32_t propertyType,
                                                 L2ValueKey key, std::string& value) {
     Lock guard(agentLock());
-    std::vector<L2Entry> entries = _desired.rows.ByKey(id, propertyType, key);
-    if (entries.empty()) {
+    if (!FirstByKey(_desired, id, propertyType, key, value)) {
         CFG_LOG(LL_DEBUG,
                 "L2Cache: property does not exist: objectID : %1 , type: %2, valueKey128.part1 : "
                 "%3, valueKey128.part2 : %4",
                 IdText(id), propertyType, key.part[0], key.part[1]);
         return false;
     }
-    value = std::move(entries.front().value);
     return true;
 }
 
 bool StateCacheL2Table::GetRuntimeValueByKey128(const std::string& id, uint32_t propertyType,
                                                 L2ValueKey key, std::string& value) {
     Lock guard(agentLock());
-    std::vector<L2Entry> entries = _runtime.rows.ByKey(id, propertyType, key);
-    if (entries.empty()) {
+    if (!FirstByKey(_runtime, id, propertyType, key, value)) {
         CFG_LOG(LL_DEBUG,
                 "L2Cache: runtime property does not exist: objectID : %1 , type: %2, "
                 "valueKey128.part1 : %3, valueKey128.part2 : %4",
                 IdText(id), propertyType, key.part[0], key.part[1]);
         return false;
     }
-    value = std::move(entries.front().value);
     return true;
 }
 

@@ -74,6 +74,9 @@ private:
     };
 
     void UpdateDesiredStateInner(const LoftDBUpdateList& list, bool isFullSync, bool filter);
+    // The value of the first row with that key; false when there is none.
+    static bool FirstByKey(Side& side, const std::string& id, uint32_t propertyType,
+                           L2ValueKey key, std::string& value);
     void UpdateL2CacheTable(const LoftDBUpdateList& list, bool isFullSync, Side& side,
                             const char* versionLine, LoftDBUpdateList& changes);
     void ApplyDelta(const LoftDBUpdateMsg& record, Side& side, LoftDBUpdateList& changes);

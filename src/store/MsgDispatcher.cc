@@ -1,7 +1,5 @@
 #include "store/MsgDispatcher.h"
 
-#include <malloc.h>
-
 #include "frame/StageClock.h"
 #include "frame/WorkGroup.h"
 #include "frame/WorkItemImpl.h"
@@ -65,11 +63,6 @@ void MsgDispatcher::Run() {
                 StageClock::Add(StageClock::Queue, StageClock::Now() - (*next)->closedAt);
             }
             Dispatch(**next);
-            if ((*next)->isFullSync) {
-                // A full load's records are gone now; hand their pages back
-                // rather than keep the load's peak for the life of the process.
-                malloc_trim(0);
-            }
             if (StageClock::Enabled()) {
                 CFG_LOG(LL_INFO, "MsgDispatcher: stages %1", StageClock::Line());
             }

@@ -545,7 +545,7 @@ def rows(result, single):
                     "%.2f s" % result["store_load"], "", ""))
     stages = result.get("stages")
     if stages and result["store_load"] is not None and "table" in stages["full"]:
-        seconds, records = stages["full"]["table"]
+        seconds, records = tuple(stages["full"]["table"])
         out.append(("  store road: channel up to config table applied",
                     "%.2f s, %.0f k records/s" % (result["store_load"] + seconds,
                                                    records / (result["store_load"] + seconds) / 1e3),
@@ -574,7 +574,7 @@ def stage_rows(stages):
         full = stages["full"].get(name)
         if full is None:
             continue
-        figure = "%.3f s / %d" % full
+        figure = "%.3f s / %d" % tuple(full)
         if "single" in stages:
             figure += ", %.0f us" % (stages["single"][name][0] * 1e6)
         out.append(("  stage %s: full sync s / passes, single update" % name, figure, "", ""))

@@ -20,6 +20,7 @@
 #include "JsonPtr.h"
 #include "KcpProtocol.h"
 #include "RecordReplay.h"
+#include "ReceivedMessages.h"
 #include "Simulator.h"
 #include "port/swsec/SwsecCodec.h"
 #include "host/HostPaths.h"
@@ -50,45 +51,7 @@ constexpr auto kBound = 20s;
 // Above the range of a signed 32-bit number, so a lossy record shows.
 constexpr uint32_t kSession = 0x9E3779B1;
 
-class Received {
-public:
-    void OnData(const unsigned char* data, int length) {
-        std::lock_guard<std::mutex> lock(_mutex);
-        _messages.emplace_back(data, data + length);
-        _changed.notify_all();
-    }
-    void OnStatus(DataplaneLink::LinkStatus status) {
-        std::lock_guard<std::mutex> lock(_mutex);
-        _up = status == DataplaneLink::LINK_UP;
-        if (!_up) {
-            ++_downs;
-        }
-        _changed.notify_all();
-    }
-    bool WaitDown() {
-        std::unique_lock<std::mutex> lock(_mutex);
-        return _changed.wait_for(lock, kBound, [&] { return _downs > 0; });
-    }
-    bool WaitUp() {
-        std::unique_lock<std::mutex> lock(_mutex);
-        return _changed.wait_for(lock, kBound, [&] { return _up; });
-    }
-    bool WaitForMessages(size_t count) {
-        std::unique_lock<std::mutex> lock(_mutex);
-        return _changed.wait_for(lock, kBound, [&] { return _messages.size() >= count; });
-    }
-    std::vector<Message> Messages() {
-        std::lock_guard<std::mutex> lock(_mutex);
-        return _messages;
-    }
-
-private:
-    std::mutex _mutex;
-    std::condition_variable _changed;
-    bool _up = false;
-    int _downs = 0;
-    std::vector<Message> _messages;
-};
+using Received = zef::test::ReceivedMessages;
 
 bool SendCopy(DataplaneLink& link, const Message& message) {
     auto* block = static_cast<unsigned char*>(std::malloc(message.size()));

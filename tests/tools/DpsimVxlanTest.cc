@@ -17,6 +17,7 @@
 
 #include "ControlServer.h"
 #include "JsonPtr.h"
+#include "ReceivedMessages.h"
 #include "Simulator.h"
 #include "dplink/DataplaneTaklink.h"
 #include "frame/WorkGroup.h"
@@ -50,37 +51,7 @@ const VxlanMac kLearned{0x00, 0x50, 0x56, 0x00, 0x00, 0x01};
 const VxlanMac kRemote{0x00, 0x50, 0x56, 0x00, 0x00, 0x02};
 const VxlanMac kOther{0x00, 0x50, 0x56, 0x00, 0x00, 0x03};
 
-class Received {
-public:
-    void OnData(const unsigned char* data, int length) {
-        std::lock_guard<std::mutex> lock(_mutex);
-        _messages.emplace_back(data, data + length);
-        _changed.notify_all();
-    }
-    void OnStatus(DataplaneLink::LinkStatus status) {
-        std::lock_guard<std::mutex> lock(_mutex);
-        _up = status == DataplaneLink::LINK_UP;
-        _changed.notify_all();
-    }
-    bool WaitUp() {
-        std::unique_lock<std::mutex> lock(_mutex);
-        return _changed.wait_for(lock, kBound, [&] { return _up; });
-    }
-    bool WaitForMessages(size_t count) {
-        std::unique_lock<std::mutex> lock(_mutex);
-        return _changed.wait_for(lock, kBound, [&] { return _messages.size() >= count; });
-    }
-    std::vector<Message> Messages() {
-        std::lock_guard<std::mutex> lock(_mutex);
-        return _messages;
-    }
-
-private:
-    std::mutex _mutex;
-    std::condition_variable _changed;
-    bool _up = false;
-    std::vector<Message> _messages;
-};
+using Received = zef::test::ReceivedMessages;
 
 const cJSON* Item(const cJSON* object, const char* key) {
     return cJSON_GetObjectItemCaseSensitive(object, key);

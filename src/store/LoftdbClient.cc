@@ -228,7 +228,7 @@ void LoftdbClient::MonitorUpdateCB(const MonitorUpdateMsg& update) {
             stage.Passes(records.size());
         }
         StageScope stage(StageClock::Transaction);
-        Route(std::move(records), delivery->Receivers());
+        Route(records, delivery->Receivers());
     }
     if (row->startsCradleVifWatch) {
         RegisterCradleVifMonitor();

@@ -230,10 +230,11 @@ Logger::Lines Logger::Render() const {
     bool invalid = false;
     std::string structured = StructuredPart(invalid);
     const bool noId = _messageId.empty() || _messageId == "*";
-    static const std::string kPidText = " " + std::to_string(getpid()) + " ";
-    lines.syslog.reserve(8 + kPidText.size() + structured.size() + _text.size());
-    lines.syslog += "ZEF";
-    lines.syslog += kPidText;
+    const std::string pid = std::to_string(getpid());
+    lines.syslog.reserve(8 + pid.size() + structured.size() + _text.size());
+    lines.syslog += "ZEF ";
+    lines.syslog += pid;
+    lines.syslog += ' ';
     lines.syslog += noId ? std::string_view("-") : std::string_view(_messageId);
     lines.syslog += ' ';
     lines.syslog += structured;

@@ -172,17 +172,30 @@ VxlanTables::Vni* VxlanTables::Joined(uint32_t vni, uint32_t switchId, std::stri
                  std::to_string(known->switchId) + ", not " + std::to_string(switchId);
         known = nullptr;
     }
+    if (known != nullptr) {
+        Touch(vni, *known);
+    }
     return known;
 }
 
 std::string VxlanTables::Apply(std::span<const uint8_t> message) {
-    // Worked on a copy so that a refusal halfway leaves everything as it was.
-    VxlanTables next = *this;
-    std::string reason = next.ApplyMessage(message);
-    if (reason.empty()) {
-        *this = std::move(next);
+    // A refusal halfway leaves everything as it was: the VNIs the message
+    // touches are saved as it first touches them, the rest beforehand, so a
+    // message costs what it touches and not the size of the tables.
+    Beside before = _beside;
+    std::string reason = ApplyMessage(message);
+    if (!reason.empty()) {
+        for (auto& [number, vni] : _touched) {
+            _vnis[number] = std::move(vni);
+        }
+        _beside = std::move(before);
     }
+    _touched.clear();
     return reason;
+}
+
+void VxlanTables::Touch(uint32_t number, const Vni& vni) {
+    _touched.try_emplace(number, vni);
 }
 
 std::string VxlanTables::ApplyMessage(std::span<const uint8_t> message) {
@@ -241,9 +254,9 @@ std::string VxlanTables::ApplyMessage(std::span<const uint8_t> message) {
             VxlanRdMembership change;
             reason = VxlanControlCodec::ReadRdMembership(message, change);
             if (reason.empty() && change.operation == VXLAN_JOIN) {
-                _globalDomains[change.switchId] = change;
+                _beside.globalDomains[change.switchId] = change;
             } else if (reason.empty()) {
-                _globalDomains.erase(change.switchId);
+                _beside.globalDomains.erase(change.switchId);
             }
             return reason;
         }
@@ -251,7 +264,7 @@ std::string VxlanTables::ApplyMessage(std::span<const uint8_t> message) {
             VxlanSwitchFlag change;
             reason = VxlanControlCodec::ReadGlobalReplication(message, change);
             if (reason.empty()) {
-                _replication[change.switchId] = change.value;
+                _beside.replication[change.switchId] = change.value;
             }
             return reason;
         }
@@ -265,7 +278,7 @@ std::string VxlanTables::ApplyMessage(std::span<const uint8_t> message) {
 
 std::string VxlanTables::ApplyConfigure(const VxlanConfigureItem& item) {
     if (item.type < VXLAN_CFG_MCAST_PROXY) {
-        _settings[item.type] = item;
+        _beside.settings[item.type] = item;
         return {};
     }
     std::string reason;
@@ -339,9 +352,9 @@ std::string VxlanTables::ApplyData(const Tlv& data) {
             reason = VxlanVifUpdateCodec::Read(data, update);
             for (const std::string& vifId : reason.empty() ? update.vifIds : std::vector<std::string>{}) {
                 if (update.status == 1) {
-                    _vifs.insert(vifId);
+                    _beside.vifs.insert(vifId);
                 } else {
-                    _vifs.erase(vifId);
+                    _beside.vifs.erase(vifId);
                 }
             }
             return reason;
@@ -350,7 +363,7 @@ std::string VxlanTables::ApplyData(const Tlv& data) {
             VxlanRdVtepUpdate update;
             reason = VxlanRdVtepUpdateCodec::Read(data, update);
             if (reason.empty()) {
-                Domain& domain = _domains[update.routingDomain];
+                Domain& domain = _beside.domains[update.routingDomain];
                 domain.switchId = update.switchId;
                 for (const VxlanVtepEntry& entry : update.removed) {
                     domain.vteps.erase(KeyOf(entry));
@@ -365,7 +378,7 @@ std::string VxlanTables::ApplyData(const Tlv& data) {
             VxlanRdList update;
             reason = VxlanRdListCodec::Read(data, update);
             if (reason.empty()) {
-                _domainLists[update.switchId] = update.routingDomains;
+                _beside.domainLists[update.switchId] = update.routingDomains;
             }
             return reason;
         }
@@ -373,7 +386,7 @@ std::string VxlanTables::ApplyData(const Tlv& data) {
             VxlanBfdUpdate update;
             reason = VxlanBfdUpdateCodec::Read(data, update);
             if (reason.empty()) {
-                auto& sessions = _bfd[update.switchId];
+                auto& sessions = _beside.bfd[update.switchId];
                 for (const VxlanBfdEntry& entry : update.removed) {
                     std::erase(sessions, entry);
                 }
@@ -389,9 +402,9 @@ std::string VxlanTables::ApplyData(const Tlv& data) {
             VxlanGroup group;
             reason = VxlanGroupCodec::Read(data, group);
             if (reason.empty() && group.deleted) {
-                _groups.erase(group.label);
+                _beside.groups.erase(group.label);
             } else if (reason.empty()) {
-                _groups[group.label] = group;
+                _beside.groups[group.label] = group;
             }
             return reason;
         }
@@ -399,12 +412,12 @@ std::string VxlanTables::ApplyData(const Tlv& data) {
         case VXLAN_DATATYPE_RD_VTEP_GROUP: {
             VxlanGroupAssociation association;
             reason = VxlanGroupAssociationCodec::Read(data, association);
-            if (reason.empty() && !association.deleted && !_groups.contains(association.label)) {
+            if (reason.empty() && !association.deleted && !_beside.groups.contains(association.label)) {
                 reason = "VTEP group " + std::to_string(association.label) + " is not known";
             }
             std::set<uint32_t>* labels = nullptr;
             if (reason.empty() && association.routingDomainSide) {
-                labels = &_domains[association.routingDomain].groups;
+                labels = &_beside.domains[association.routingDomain].groups;
             } else if (reason.empty()) {
                 Vni* vni = Joined(association.vni, association.switchId, reason);
                 labels = vni != nullptr ? &vni->groups : nullptr;
@@ -455,30 +468,30 @@ void VxlanTables::Dump(cJSON* out) const {
         AddIps(one, "learnedIps", vni.learnedIps);
     }
     cJSON* domains = cJSON_AddObjectToObject(out, "routingDomains");
-    for (const auto& [uuid, domain] : _domains) {
+    for (const auto& [uuid, domain] : _beside.domains) {
         cJSON* one = cJSON_AddObjectToObject(domains, VxlanDump::UuidText(uuid).c_str());
         cJSON_AddNumberToObject(one, "switchId", domain.switchId);
         AddVteps(one, domain.vteps);
         AddLabels(one, domain.groups);
     }
     cJSON* lists = cJSON_AddObjectToObject(out, "routingDomainLists");
-    for (const auto& [switchId, list] : _domainLists) {
+    for (const auto& [switchId, list] : _beside.domainLists) {
         cJSON* one = cJSON_AddArrayToObject(lists, std::to_string(switchId).c_str());
         for (const VxlanUuid& uuid : list) {
             cJSON_AddItemToArray(one, cJSON_CreateString(VxlanDump::UuidText(uuid).c_str()));
         }
     }
     cJSON* global = cJSON_AddObjectToObject(out, "globalRoutingDomains");
-    for (const auto& [switchId, change] : _globalDomains) {
+    for (const auto& [switchId, change] : _beside.globalDomains) {
         cJSON_AddStringToObject(global, std::to_string(switchId).c_str(),
                                 VxlanDump::UuidText(change.routingDomain).c_str());
     }
     cJSON* replication = cJSON_AddObjectToObject(out, "globalReplication");
-    for (const auto& [switchId, enable] : _replication) {
+    for (const auto& [switchId, enable] : _beside.replication) {
         cJSON_AddBoolToObject(replication, std::to_string(switchId).c_str(), enable != 0);
     }
     cJSON* groups = cJSON_AddObjectToObject(out, "vtepGroups");
-    for (const auto& [label, group] : _groups) {
+    for (const auto& [label, group] : _beside.groups) {
         cJSON* one = cJSON_AddObjectToObject(groups, std::to_string(label).c_str());
         cJSON_AddNumberToObject(one, "kind", group.kind);
         cJSON_AddNumberToObject(one, "entries", static_cast<double>(group.kind == VXLAN_GROUP_KIND_VTEP
@@ -486,7 +499,7 @@ void VxlanTables::Dump(cJSON* out) const {
                                                                        : group.members.size()));
     }
     cJSON* bfd = cJSON_AddObjectToObject(out, "bfdSessions");
-    for (const auto& [switchId, sessions] : _bfd) {
+    for (const auto& [switchId, sessions] : _beside.bfd) {
         cJSON* list = cJSON_AddArrayToObject(bfd, std::to_string(switchId).c_str());
         for (const VxlanBfdEntry& session : sessions) {
             const bool ipv4 = session.family == 0;
@@ -500,7 +513,7 @@ void VxlanTables::Dump(cJSON* out) const {
         }
     }
     cJSON* settings = cJSON_AddObjectToObject(out, "settings");
-    for (const auto& [type, item] : _settings) {
+    for (const auto& [type, item] : _beside.settings) {
         if (type == VXLAN_CFG_BFD || type == VXLAN_CFG_EVPN_BFD) {
             cJSON* one = cJSON_AddObjectToObject(settings, SettingName(type));
             cJSON_AddBoolToObject(one, "enable", item.enable != 0);
@@ -511,7 +524,7 @@ void VxlanTables::Dump(cJSON* out) const {
         }
     }
     cJSON* vifs = cJSON_AddArrayToObject(out, "vifs");
-    for (const std::string& vifId : _vifs) {
+    for (const std::string& vifId : _beside.vifs) {
         cJSON_AddItemToArray(vifs, cJSON_CreateString(vifId.c_str()));
     }
 }

@@ -73,7 +73,7 @@ public:
     static VtepKey KeyOf(const CfgAgent::VxlanVtepEntry& vtep);
 
 private:
-    // These change the tables as they go; Apply runs them on a copy.
+    // These change the tables as they go; Apply undoes them on a refusal.
     std::string ApplyMessage(std::span<const uint8_t> message);
     std::string ApplyData(const CfgAgent::Tlv& data);
     std::string ApplyConfigure(const CfgAgent::VxlanConfigureItem& item);
@@ -81,16 +81,25 @@ private:
     // `reason` set otherwise.
     Vni* Joined(uint32_t vni, uint32_t switchId, std::string& reason);
 
+    // The VNI as it stood before the message being applied first touched it.
+    void Touch(uint32_t number, const Vni& vni);
+
     std::map<uint32_t, Vni> _vnis;
-    std::map<CfgAgent::VxlanUuid, Domain> _domains;
-    // By switch ID.
-    std::map<uint32_t, std::vector<CfgAgent::VxlanUuid>> _domainLists;
-    std::map<uint32_t, CfgAgent::VxlanRdMembership> _globalDomains;
-    std::map<uint32_t, uint8_t> _replication;
-    std::map<uint32_t, std::vector<CfgAgent::VxlanBfdEntry>> _bfd;
-    std::map<uint32_t, CfgAgent::VxlanGroup> _groups;
-    std::map<uint16_t, CfgAgent::VxlanConfigureItem> _settings;
-    std::set<std::string> _vifs;
+    // The tables beside the VNIs: small, so a message's refusal restores
+    // them whole.
+    struct Beside {
+        std::map<CfgAgent::VxlanUuid, Domain> domains;
+        // By switch ID.
+        std::map<uint32_t, std::vector<CfgAgent::VxlanUuid>> domainLists;
+        std::map<uint32_t, CfgAgent::VxlanRdMembership> globalDomains;
+        std::map<uint32_t, uint8_t> replication;
+        std::map<uint32_t, std::vector<CfgAgent::VxlanBfdEntry>> bfd;
+        std::map<uint32_t, CfgAgent::VxlanGroup> groups;
+        std::map<uint16_t, CfgAgent::VxlanConfigureItem> settings;
+        std::set<std::string> vifs;
+    } _beside;
+    // While a message is applied: the VNIs it touched, as they were.
+    std::map<uint32_t, Vni> _touched;
 };
 
 }  // namespace Dpsim

@@ -28,11 +28,4 @@ std::string StageClock::Line() {
     return line;
 }
 
-void StageClock::Reset() {
-    for (size_t stage = 0; stage < kStages; ++stage) {
-        _nanos[stage] = 0;
-        _passes[stage] = 0;
-    }
-}
-
 }  // namespace CfgAgent

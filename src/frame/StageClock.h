@@ -40,7 +40,6 @@ public:
     }
     // "store-wait 1.234567s/12 decode ..." in the order of the stages.
     static std::string Line();
-    static void Reset();
 
 private:
     static std::atomic<bool> _enabled;

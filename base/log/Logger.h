@@ -14,11 +14,11 @@ namespace CfgAgent {
 // that nothing is built for a suppressed level.
 class Logger {
 public:
-    static constexpr int kMaxArgs = 5;
+    static constexpr int kMaxArgs = 9;
 
     template <typename... Args>
     Logger(int level, const char* format, Args&&... args) : _level(level) {
-        static_assert(sizeof...(Args) <= kMaxArgs, "a log line takes at most five arguments");
+        static_assert(sizeof...(Args) <= kMaxArgs, "a log line takes at most nine arguments");
         const std::array<std::string, sizeof...(Args)> texts{LogArg(std::forward<Args>(args))...};
         _text = Format(format, texts.data(), texts.size());
     }

@@ -277,6 +277,7 @@ int Agent::Run(const std::function<void()>& providerStands) {
     CommandRegistry commands;
     CacheCommands(stateCache).Register(commands);
     applications.AddCommands(commands, context);
+    Applications::AddCommands(commands, applications);
     cli = zef::MakeRef<CliServer>(std::move(commands));
     cli->Start();
     // Last of the road: no component sees an update before all stand.

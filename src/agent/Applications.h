@@ -3,6 +3,7 @@
 namespace CfgAgent {
 
 class AppRegistry;
+class CommandRegistry;
 
 // The one place that knows every application of this build.
 class Applications {
@@ -12,6 +13,8 @@ public:
     // What the process monitor is told of the store: the port session's
     // health monitor, false without the port session.
     static bool StoreConnected(const AppRegistry& registry);
+    // The commands that reach more than one application.
+    static void AddCommands(CommandRegistry& commands, const AppRegistry& registry);
 };
 
 }  // namespace CfgAgent

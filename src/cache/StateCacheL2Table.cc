@@ -522,6 +522,11 @@ bool StateCacheL2Table::FirstByKey(Side& side, const std::string& id, uint32_t p
     return true;
 }
 
+bool StateCacheL2Table::HasRuntimeObject(const std::string& id) {
+    Lock guard(agentLock());
+    return _runtime.rows.HasObject(id);
+}
+
 bool StateCacheL2Table::GetDesiredValueByKey(const std::string& id, uint32_t propertyType,
                                              uint64_t key, std::string& value) {
     Lock guard(agentLock());

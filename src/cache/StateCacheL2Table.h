@@ -47,6 +47,8 @@ public:
                                  std::string& value);
     bool GetRuntimeValueByKey128(const std::string& id, uint32_t propertyType, L2ValueKey key,
                                  std::string& value);
+    // The object's own runtime row.
+    bool HasRuntimeObject(const std::string& id);
     bool HasRuntimeValue(const std::string& id, uint32_t propertyType, const std::string& value);
     bool GetDesiredPropertyValues(const std::string& id, uint32_t propertyType,
                                   std::vector<std::string>& values);

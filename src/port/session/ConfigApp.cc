@@ -17,6 +17,7 @@
 #include "loftdb_runtime.pb.h"
 #include "port/conversion/DVSPropConvertor.h"
 #include "dplink/DataplaneTaklink.h"
+#include "dplink/SessionIdSeed.h"
 #include "port/ipdisc/IpDiscovery.h"
 #include "port/kcp/KcpDump.h"
 #include "port/kcp/KcpFragmentJoiner.h"
@@ -38,14 +39,6 @@ namespace {
 using Lock = std::lock_guard<std::recursive_mutex>;
 namespace lb = halden::zef::loftdb;
 
-constexpr uint32_t kGoldenRatio = 0x9E3779B1u;
-
-uint64_t MicrosNow() {
-    return static_cast<uint64_t>(std::chrono::duration_cast<std::chrono::microseconds>(
-                                     std::chrono::system_clock::now().time_since_epoch())
-                                     .count());
-}
-
 bool StartsWith(const std::string& text, const char* prefix) {
     return text.rfind(prefix, 0) == 0;
 }
@@ -66,10 +59,6 @@ LoftDBUpdateMsg ObjectRecord(uint32_t objectType, const std::string& id, uint32_
 
 }  // namespace
 
-uint32_t ConfigApp::SessionIdSeed(uint64_t micros) {
-    return static_cast<uint32_t>(micros) * kGoldenRatio;
-}
-
 ConfigApp::ConfigApp(zef::RefPtr<StateCacheConfigTable> configTable,
                      zef::RefPtr<MsgDispatcher> dispatcher, ILoftdbClient& loftdbClient,
                      zef::AsioZefProvider* provider, std::shared_ptr<zef::upm::UPMService> upm)
@@ -78,7 +67,7 @@ ConfigApp::ConfigApp(zef::RefPtr<StateCacheConfigTable> configTable,
       _loftdbClient(loftdbClient),
       _dvsPropConvertor(zef::MakeRef<DVSPropConvertor>(*_configTable, *this)),
       _ipDiscovery(zef::MakeRef<IpDiscovery>(*_configTable, loftdbClient, *this, std::move(upm))),
-      _sessionId(SessionIdSeed(MicrosNow())) {
+      _sessionId(SessionIdSeed::Now()) {
     if (provider != nullptr) {
         _healthMonitor =
             zef::MakeRef<DaemonHealthMonitor>(_dvsPropConvertor.get(), &_loftdbClient, *provider);
@@ -259,6 +248,13 @@ void ConfigApp::StartKernelSession() {
     KcpDump::Log(LL_INFO, open);
     SendToDP(open);
     _sessionState = SESSION_OPEN_SENT;
+}
+
+void ConfigApp::SimulateOutOfSync() {
+    Lock guard(agentLock());
+    CFG_LOG(LL_INFO, "ConfigApp: re-init control plane due to DP out of sync");
+    StartKernelSession();
+    _dvsPropConvertor->FullSync(true);
 }
 
 void ConfigApp::OnLinkStatus(DataplaneLink*, DataplaneLink::LinkStatus status) {
@@ -584,10 +580,7 @@ void ConfigApp::HandleNotification(std::span<const uint8_t> message) {
                 if (notification.dpStatus != KCP_DP_OUT_OF_SYNC) {
                     break;
                 }
-                Lock guard(agentLock());
-                CFG_LOG(LL_INFO, "ConfigApp: re-init control plane due to DP out of sync");
-                StartKernelSession();
-                _dvsPropConvertor->FullSync(true);
+                SimulateOutOfSync();
                 break;
             }
             case KCP_NOTIFY_PORT_PROPERTY_OUT_OF_SYNC: {

@@ -80,6 +80,8 @@ public:
     // The kernel link's callbacks.
     void OnData(const unsigned char* message, int length);
     void OnLinkStatus(DataplaneLink* link, DataplaneLink::LinkStatus status);
+    // As if the kernel reported that it lost sync: a new session and a full sync.
+    void SimulateOutOfSync();
     // Timer ticks.
     void OnStatusQueryTimer();
     void OnHotmoveStatusTimer();
@@ -93,9 +95,6 @@ public:
     std::vector<std::string> PendingHotmoveStatus() const;
     // Whether the health monitor counts the store as connected; false without one.
     bool LoftdbConnected() const;
-
-    // The first session ID of a process started at `micros` since the epoch.
-    static uint32_t SessionIdSeed(uint64_t micros);
 
 private:
     using Timer = AsyncTimer<ConfigApp>;

@@ -23,6 +23,7 @@
 #include "frame/vocabulary/UpdateOperation.h"
 #include "loftdb_runtime.pb.h"
 #include "port/conversion/DVSPropConvertor.h"
+#include "dplink/SessionIdSeed.h"
 #include "port/kcp/KcpMessage.h"
 #include "port/kcp/KcpNotificationCodec.h"
 #include "port/kcp/KcpSessionCodec.h"
@@ -217,10 +218,10 @@ private:
 };
 
 TEST(ConfigAppSessionId, SeedIsTheMicrosecondsCutTo32BitsTimesTheGoldenRatio) {
-    EXPECT_EQ(ConfigApp::SessionIdSeed(1), 0x9E3779B1u);
+    EXPECT_EQ(SessionIdSeed::Of(1), 0x9E3779B1u);
     // The cut comes before the product: the high word of the time never counts.
-    EXPECT_EQ(ConfigApp::SessionIdSeed((uint64_t{7} << 32) + 3), 3u * 0x9E3779B1u);
-    EXPECT_EQ(ConfigApp::SessionIdSeed(0), 0u);
+    EXPECT_EQ(SessionIdSeed::Of((uint64_t{7} << 32) + 3), 3u * 0x9E3779B1u);
+    EXPECT_EQ(SessionIdSeed::Of(0), 0u);
 }
 
 TEST_F(ConfigAppTest, ReportedVifsBecomeOneFullSyncBatchAfterTheEnd) {

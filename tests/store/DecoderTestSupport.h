@@ -11,11 +11,13 @@
 #include "frame/vocabulary/LoftDBUpdateMsg.h"
 #include "loftdb_common.pb.h"
 #include "loftdb_store.pb.h"
+#include "support/LogCapture.h"
 #include "zef/loftdb/UpdateBuilder.h"
 
 namespace StoreTest {
 
 namespace lb = halden::zef::loftdb;
+using zef::test::LogCapture;
 using CfgAgent::LoftDBUpdateList;
 using CfgAgent::LoftDBUpdateMsg;
 
@@ -99,33 +101,5 @@ inline void FillEveryField(google::protobuf::Message& message) {
 }
 
 // The console lines of the agent's log while it lives, at the given level.
-class LogCapture {
-public:
-    explicit LogCapture(int level = CfgAgent::LL_TRACE)
-        : _level(CfgAgent::LogLevel::agent.exchange(level)),
-          _console(CfgAgent::LogLevel::console.exchange(1)) {
-        testing::internal::CaptureStdout();
-    }
-    ~LogCapture() {
-        testing::internal::GetCapturedStdout();
-        CfgAgent::LogLevel::agent.store(_level);
-        CfgAgent::LogLevel::console.store(_console);
-    }
-    LogCapture(const LogCapture&) = delete;
-    LogCapture& operator=(const LogCapture&) = delete;
-
-    // Everything so far; the capture goes on.
-    const std::string& Text() {
-        _text += testing::internal::GetCapturedStdout();
-        testing::internal::CaptureStdout();
-        return _text;
-    }
-    bool Has(const std::string& line) { return Text().find(line) != std::string::npos; }
-
-private:
-    int _level;
-    int _console;
-    std::string _text;
-};
 
 }  // namespace StoreTest

@@ -447,7 +447,8 @@ void L2App::HandleFullSyncEnd() {
     for (uint32_t vni : gone) {
         VniLeave(vni);
     }
-    if (_l2Table->FullLoadDone()) {
+    const bool loaded = _l2Table->FullLoadDone();
+    if (loaded) {
         LoftDBUpdateList released = ReleaseQueuedMessages();
         released.splice(released.end(), _queuedRDVtep);
         released.splice(released.end(), _queuedGlobalRDVtep);
@@ -460,8 +461,10 @@ void L2App::HandleFullSyncEnd() {
             _fullSyncCallback();
         }
     }
-    _globalRDFullSync = true;
-    if (_queuedMessages.empty()) {
+    // Once the released updates went as the runtime full sync, a second,
+    // empty one would take back all they brought.
+    _globalRDFullSync = !loaded;
+    if (!loaded && _queuedMessages.empty()) {
         CFG_LOG(LL_INFO,
                 "%1: DP full sync done, no queued LS fib and regular RD (fib), write global RD fib to L2 "
                 "runtime statecache",

@@ -51,6 +51,12 @@ void HostProcesses::StartStore() {
     ASSERT_TRUE(_store->WaitForOutput("loftdb listening on", kBound)) << _store->Stdout();
 }
 
+void HostProcesses::KillStore() {
+    _store->Signal(SIGKILL);
+    _store->Wait(kBound);
+    _store.reset();
+}
+
 void HostProcesses::StartAgent(const std::string& configXml) {
     const std::string config = _dir.Write("agent.xml", configXml);
     _agent = std::make_unique<ChildProcess>(ZEF_CFGAGENT_BIN, std::vector<std::string>{"-c", config},

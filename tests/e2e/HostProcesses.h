@@ -20,6 +20,8 @@ public:
     ~HostProcesses();
 
     void StartStore();
+    // Ends the store with SIGKILL: what it journaled is all it keeps.
+    void KillStore();
     // The agent with `configXml` written as its configuration file.
     void StartAgent(const std::string& configXml);
     // Ends the agent with SIGTERM; false when it did not exit cleanly.

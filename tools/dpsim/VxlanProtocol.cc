@@ -70,6 +70,7 @@ LinkProtocol::Reception VxlanProtocol::Receive(std::span<const uint8_t> message)
             VxlanControlCodec::ReadSession(message, session);
             if (session.controlType == VXLAN_SESSION_OPEN) {
                 _sessionId = session.sessionId;
+                _tables.ForgetProgrammed();
                 reception.answers = OpenSession(session.sessionId);
             } else if (session.controlType != VXLAN_SESSION_CLOSE) {
                 reception.decoded.error =

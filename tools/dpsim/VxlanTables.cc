@@ -153,6 +153,17 @@ void VxlanTables::Leave(uint32_t vni) {
     _vnis.erase(vni);
 }
 
+void VxlanTables::ForgetProgrammed() {
+    for (auto& [number, vni] : _vnis) {
+        Vni kept;
+        kept.switchId = vni.switchId;
+        kept.learnedMacs = std::move(vni.learnedMacs);
+        kept.learnedIps = std::move(vni.learnedIps);
+        vni = std::move(kept);
+    }
+    _beside = Beside{};
+}
+
 const VxlanTables::Vni* VxlanTables::Find(uint32_t vni) const {
     auto found = _vnis.find(vni);
     return found == _vnis.end() ? nullptr : &found->second;

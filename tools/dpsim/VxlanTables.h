@@ -64,6 +64,9 @@ public:
     // The module's own side: it joins and leaves VNIs, learns and ages.
     void Join(uint32_t vni, uint32_t switchId);
     void Leave(uint32_t vni);
+    // A new session: the agent sends everything again, so what the last one
+    // programmed goes; the VNIs and what the module learned stay.
+    void ForgetProgrammed();
     const Vni* Find(uint32_t vni) const;
     Vni* Find(uint32_t vni);
     const std::map<uint32_t, Vni>& Vnis() const { return _vnis; }

@@ -16,6 +16,7 @@
 #include "frame/vocabulary/PropertyType.h"
 #include "frame/vocabulary/UpdateOperation.h"
 #include "frame/vocabulary/UuidText.h"
+#include "l2/app/L2AlarmReporter.h"
 #include "l2/app/L2TlvBatch.h"
 #include "l2/codec/VxlanConfigureCodec.h"
 #include "l2/codec/VxlanControlCodec.h"
@@ -151,6 +152,7 @@ L2App::L2App(zef::RefPtr<StateCacheConfigTable> configTable, zef::RefPtr<StateCa
     : _configTable(std::move(configTable)),
       _l2Table(std::move(l2Table)),
       _dispatcher(std::move(dispatcher)),
+      _alarmReporter(std::make_unique<L2AlarmReporter>(*_configTable)),
       _sessionId(SessionIdSeed::Now()) {}
 
 L2App::~L2App() = default;
@@ -169,6 +171,7 @@ void L2App::Init(const boost::property_tree::ptree& config, LinkFactory makeLink
     _configTable->RegisterDesiredStateObserver(LOG_SWITCH_CONFIG, this);
     _l2Table->RegisterDesiredStateObserver(this);
     _dispatcher->Register(L2APP, zef::RefPtr<Component>(this));
+    _alarmReporter->Start();
 }
 
 void L2App::Start() {
@@ -194,6 +197,7 @@ void L2App::Stop() {
     _configTable->UnregisterDesiredStateObserver(this);
     _l2Table->UnregisterDesiredStateObserver(this);
     _dispatcher->Unregister(zef::RefPtr<Component>(this));
+    _alarmReporter->Stop();
 }
 
 void L2App::OnStateQueryTimer() {
@@ -355,7 +359,7 @@ void L2App::OnData(const unsigned char* message, int length) {
             HandleUpdate(bytes);
             break;
         case VXLAN_MSG_TEP_STATE:
-            CFG_LOG(LL_DEBUG, "%1: internal vxlan message(type:%2) need handler", kName, type);
+            _alarmReporter->handleVxlanTEPAlarm(bytes);
             break;
         case VXLAN_MSG_VNI_MEMBERSHIP:
         case VXLAN_MSG_LINK_CHANGE:
@@ -477,6 +481,7 @@ void L2App::HandleFullSyncEnd() {
     SyncGlobalRoutingDomain();
     _sessionState = SESSION_RUNNING;
     _inFullSync = false;
+    _alarmReporter->reportPendingAlarms();
 }
 
 LoftDBUpdateList L2App::ReleaseQueuedMessages() {

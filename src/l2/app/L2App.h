@@ -24,6 +24,7 @@ namespace CfgAgent {
 
 template <typename T>
 class AsyncTimer;
+class L2AlarmReporter;
 class L2TlvBatch;
 class MsgDispatcher;
 class StateCacheConfigTable;
@@ -187,6 +188,7 @@ private:
     zef::RefPtr<StateCacheL2Table> _l2Table;
     zef::RefPtr<MsgDispatcher> _dispatcher;
     zef::RefPtr<DataplaneLink> _link;
+    std::unique_ptr<L2AlarmReporter> _alarmReporter;
     std::shared_ptr<Timer> _stateQueryTimer;
 
     std::atomic<uint32_t> _sessionId;

@@ -6,6 +6,9 @@
 #include "l2/app/L2App.h"
 #include "l2/app/L2Application.h"
 #include "l2/app/L2Commands.h"
+#include "l2/bfd/BFDTableApp.h"
+#include "l2/bfd/BfdApplication.h"
+#include "l2/bfd/BfdCommands.h"
 #include "log/Logger.h"
 #include "port/session/ConfigApp.h"
 #include "port/session/PortApplication.h"
@@ -49,6 +52,28 @@ AppRegistry::Kind Vxlan() {
     };
 }
 
+BfdApplication* BfdApp(Application* application) { return static_cast<BfdApplication*>(application); }
+
+// Made only beside an overlay application, whose session it sends on.
+AppRegistry::Kind Bfd() {
+    return {
+        "bfd",
+        "BFD application starts",
+        [](const AppContext& c, const AppRegistry::Made& made) -> std::unique_ptr<Application> {
+            Application* overlay = made.Find("vxlan");
+            if (overlay == nullptr) {
+                return nullptr;
+            }
+            return std::make_unique<BfdApplication>(c.stateCache->ConfigTable(), c.stateCache->L2Table(),
+                                                    OverlayApp(overlay)->App(), c.dispatcher);
+        },
+        [](CommandRegistry& commands, Application* application, const AppContext&) {
+            zef::RefPtr<BFDTableApp> app = application ? BfdApp(application)->App() : nullptr;
+            BfdCommands(app).Register(commands);
+        },
+    };
+}
+
 // A simulated loss of sync of one vertical; false for a vertical this
 // process does not run.
 bool SimulateOutOfSync(const AppRegistry& registry, const std::string& vertical) {
@@ -71,6 +96,7 @@ bool SimulateOutOfSync(const AppRegistry& registry, const std::string& vertical)
 void Applications::RegisterAll(AppRegistry& registry) {
     registry.Add(Config());
     registry.Add(Vxlan());
+    registry.Add(Bfd());
 }
 
 void Applications::AddCommands(CommandRegistry& commands, const AppRegistry& registry) {

@@ -13,6 +13,8 @@ CliJson CliJson::Array() { return CliJson(json_array_create_empty()); }
 
 CliJson CliJson::Object() { return CliJson(json_object_create()); }
 
+CliJson CliJson::String(const std::string& text) { return CliJson(json_string_create(text.c_str())); }
+
 CliJson::CliJson(CliJson&& other) noexcept : _value(std::exchange(other._value, nullptr)) {}
 
 CliJson::~CliJson() {

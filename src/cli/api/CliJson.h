@@ -11,6 +11,7 @@ class CliJson {
 public:
     static CliJson Array();
     static CliJson Object();
+    static CliJson String(const std::string& text);
 
     CliJson(CliJson&& other) noexcept;
     CliJson& operator=(CliJson&&) = delete;

@@ -49,10 +49,11 @@ size_t VxlanConfigureCodec::ItemLength(uint16_t type) {
         case VXLAN_CFG_BTE_AGEING:
         case VXLAN_CFG_ARP_AGEING:
             return 6;
+        // Both end in four bytes of padding after the multiplier.
         case VXLAN_CFG_BFD:
-            return 65;
+            return 69;
         case VXLAN_CFG_EVPN_BFD:
-            return 20;
+            return 24;
         case VXLAN_CFG_MCAST_PROXY:
         case VXLAN_CFG_ARP_PROXY:
             return 13;

@@ -24,6 +24,7 @@
 #include "loftdb_switching.pb.h"
 #include "loftdb_system.pb.h"
 #include "store/MsgDispatcher.h"
+#include "l2/app/RecordingLink.h"
 #include "support/LogCapture.h"
 
 namespace L2Test {
@@ -33,23 +34,6 @@ using namespace CfgAgent;
 namespace lb = halden::zef::loftdb;
 using Bytes = std::vector<uint8_t>;
 using zef::test::LogCapture;
-
-// The kernel's side of the link: what the application sent, in order.
-class RecordingLink : public DataplaneLink {
-public:
-    RecordingLink(DataCallback data, StatusCallback status) : DataplaneLink(std::move(data), std::move(status), {}) {}
-    bool open() override { return true; }
-    void close() override {}
-    void scheduleReopen() override {}
-    bool send(unsigned char* message, int length) override {
-        sent.emplace_back(message, message + length);
-        std::free(message);
-        return true;
-    }
-    void stop() override {}
-
-    std::vector<Bytes> sent;
-};
 
 class RuntimeRecorder : public SCL2TableObserver {
 public:

@@ -225,10 +225,10 @@ TEST(VxlanControlVectorTest, ConfigureItemsWithGapsAndPerVniItems) {
     limit.vni = 5000;
     limit.macLimit = 2048;
     const Bytes row = Wire()
-                          // BFD, 65 bytes: bytes 55 and 56 are a gap
-                          .Tlv(8, 61).Text("hds-1", 48).U8(1).U8(2).U8(1).Zeros(2).U32(1000).U32(3)
-                          // EVPN Global BFD, 20 bytes: gaps at 6-7 and 10-11
-                          .Tlv(9, 16).U16(2).Zeros(2).U8(4).U8(1).Zeros(2).U32(300).U32(5)
+                          // BFD, 69 bytes: bytes 55 and 56 are a gap, four pad at the end
+                          .Tlv(8, 65).Text("hds-1", 48).U8(1).U8(2).U8(1).Zeros(2).U32(1000).U32(3).Zeros(4)
+                          // EVPN Global BFD, 24 bytes: gaps at 6-7 and 10-11, four pad at the end
+                          .Tlv(9, 20).U16(2).Zeros(2).U8(4).U8(1).Zeros(2).U32(300).U32(5).Zeros(4)
                           .Tlv(258, 9).U32(7).U32(5000).U8(1)
                           .Tlv(259, 24).U32(7).U32(5000).Raw(kDomain)
                           .Tlv(261, 12).U32(7).U32(5000).U32(2048)

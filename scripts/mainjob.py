@@ -8,8 +8,17 @@
                                     its block key
     mainjob.py summary SAMPLE       the port table on stdin, VIF_STATE objects
                                     (loftdb-ctl get lines) in the file $VIF_STATE
-    mainjob.py l2 SAMPLE            the L2 table's rows (cfgagent/l2/remote or
+    mainjob.py l2 SAMPLE [MOST]     the L2 table's rows (cfgagent/l2/remote or
                                     local, on stdin), one line each
+    mainjob.py joins SAMPLE         one line per overlay switch of the sample
+                                    with connected ports: VNI VIF_MAC
+    mainjob.py overlay-realised SAMPLE
+                                    exit 0 once the overlay module (dpsim ctl
+                                    ports zef_ovl2_taklink, on stdin) holds
+                                    every VTEP of the sample's FIBs and a BFD
+                                    session for each
+    mainjob.py overlay SAMPLE       the overlay module per VNI on stdin,
+                                    LOG_SWITCH_STATE objects in $L2_STATE
 """
 import json
 import os
@@ -87,17 +96,87 @@ def summary(sample):
                                                        ",".join(ips) or "-"))
 
 
-def l2_rows(stdin):
+def l2_rows(stdin, most):
     answer = json.load(stdin)
     rows = answer if isinstance(answer, list) else next(
         (v for v in answer.values() if isinstance(v, list)), [])
     if not rows:
         print("  (none)")
-    for row in rows:
+    for row in rows[:most]:
         value = row.get("PropertyValue")
         print("  %-17s %-38s %-20s %s" % (row.get("ObjectType"), row.get("ObjectID"),
                                          row.get("PropertyType"),
                                          json.dumps(value, separators=(",", ":")) if value else ""))
+
+
+def puts(sample, kind):
+    with open(sample) as f:
+        for entry in json.load(f)["modify"]:
+            put = entry.get("put", {})
+            if put.get("type") == kind:
+                yield put["object"]
+
+
+def joins(sample):
+    vnis = {uuid(ls["id"]): ls["vni"] for ls in puts(sample, "LOG_SWITCH_CONFIG") if "vni" in ls}
+    first = {}
+    for number, (vif, port) in enumerate(attached_ports(sample), start=1):
+        lsp = next(p for p in puts(sample, "LOG_SWITCH_PORT_CONFIG") if uuid(p["id"]) == port)
+        vni = vnis.get(uuid(lsp["switch_id"]))
+        if vni is not None and vni not in first:
+            first[vni] = "02:00:00:00:00:%02x" % number
+    for vni, mac in sorted(first.items()):
+        print(vni, mac)
+
+
+def ipv4(number):
+    return ".".join(str((int(number) >> s) & 255) for s in (24, 16, 8, 0))
+
+
+def fib_vteps(sample):
+    vnis = {uuid(ls["id"]): ls["vni"] for ls in puts(sample, "LOG_SWITCH_CONFIG") if "vni" in ls}
+    return {vnis[uuid(fib["id"])]: {ipv4(v["vtep_ip"]) for v in fib.get("vteps", [])}
+            for fib in puts(sample, "LOG_SWITCH_FIB")}
+
+
+def overlay_link(stdin):
+    answer = json.load(stdin)
+    return answer["links"][0] if answer.get("ok") else {}
+
+
+def overlay_realised(sample):
+    link = overlay_link(sys.stdin)
+    vnis = link.get("vnis", {})
+    sessions = [s for ss in link.get("bfdSessions", {}).values() for s in ss]
+    for vni, wanted in fib_vteps(sample).items():
+        held = {v["ip"] for v in vnis.get(str(vni), {}).get("vteps", [])}
+        bfd = {s["remote"] for s in sessions if s["vni"] == vni}
+        if held != wanted or bfd != wanted:
+            return 1
+    return 0
+
+
+def overlay(sample):
+    link = overlay_link(sys.stdin)
+    sessions = [s for ss in link.get("bfdSessions", {}).values() for s in ss]
+    print("  what the overlay module holds (dpsim's overlay tables):")
+    print("  %-5s %-8s %-5s %-5s %-4s %-11s %s" % ("VNI", "link", "VTEPs", "MACs", "IPs", "local VTEP",
+                                                   "BFD sessions"))
+    for vni, held in sorted(link.get("vnis", {}).items(), key=lambda item: int(item[0])):
+        local = ",".join(v["ip"] for v in held.get("localVteps", [])) or "-"
+        bfd = ",".join("%s>%s" % (s["local"], s["remote"]) for s in sessions if s["vni"] == int(vni)) or "-"
+        print("  %-5s %-8s %-5d %-5d %-4d %-11s %s" % (vni, held.get("link", {}).get("state", "-"),
+                                                       len(held.get("vteps", [])), len(held.get("macs", [])),
+                                                       len(held.get("ips", [])), local, bfd))
+    print()
+    print("  what came back to the store (LOG_SWITCH_STATE):")
+    with open(os.environ["L2_STATE"]) as f:
+        for line in f:
+            state = json.loads(line)
+            vteps = ",".join("%s/%d" % (ipv4(v["vtep_ip"]), v["vtep_label"]["label"])
+                             for v in state.get("vteps", [])) or "-"
+            macs = ",".join("%012x" % int(m["mac"]) for m in state.get("macs", [])) or "-"
+            print("  %-38s local VTEPs %-20s learned MACs %s" % (uuid(state["id"]), vteps, macs))
 
 
 def main():
@@ -109,7 +188,13 @@ def main():
     elif command == "summary":
         summary(sample)
     elif command == "l2":
-        l2_rows(sys.stdin)
+        l2_rows(sys.stdin, int(sys.argv[3]) if len(sys.argv) > 3 else None)
+    elif command == "joins":
+        joins(sample)
+    elif command == "overlay-realised":
+        sys.exit(overlay_realised(sample))
+    elif command == "overlay":
+        overlay(sample)
     else:
         sys.exit(__doc__)
 

@@ -56,10 +56,11 @@ echo "== zef-proxy-echo on $ZEF_PROXY_ENDPOINT, answering the agent's health pin
 pids+=($!)
 wait_for "$work/proxy-echo.log" "zef-proxy-echo serving"
 
-echo "== dpsim serving kcp_taklink and swsec_taklink, recording to $record"
-"$dpsim" --link kcp_taklink:kcp --link swsec_taklink:swsec --record "$record" >"$work/dpsim.log" 2>&1 &
+echo "== dpsim serving kcp_taklink, swsec_taklink and zef_ovl2_taklink, recording to $record"
+"$dpsim" --link kcp_taklink:kcp --link swsec_taklink:swsec --link zef_ovl2_taklink:vxlan \
+  --record "$record" >"$work/dpsim.log" 2>&1 &
 pids+=($!)
-wait_for "$work/dpsim.log" "dpsim serving swsec_taklink"
+wait_for "$work/dpsim.log" "dpsim serving zef_ovl2_taklink"
 python3 scripts/mainjob.py vifs "$sample" | while read -r vif port mac binding; do
   "$dpsim" ctl vif kcp_taklink connect "$vif" "port=$port" switch=hs-overlay "mac=$mac" \
     "binding=$binding" >/dev/null
@@ -81,6 +82,20 @@ for _ in $(seq 1 300); do
   sleep 0.1
 done
 
+echo "== the overlay module joins the VNIs of the connected ports, reports this host's VTEP"
+echo "   (192.168.10.100) and learns the first VM's MAC of each"
+"$dpsim" ctl instance zef_ovl2_taklink join 1 >/dev/null
+python3 scripts/mainjob.py joins "$sample" | while read -r vni mac; do
+  "$dpsim" ctl vni zef_ovl2_taklink join "$vni" 1 >/dev/null
+  "$dpsim" ctl vtep zef_ovl2_taklink add "$vni" 192.168.10.100 5000 >/dev/null
+  "$dpsim" ctl mac zef_ovl2_taklink learn "$vni" "$mac" vtep=192.168.10.100 label=5000 >/dev/null
+  echo "  VNI $vni joined"
+done
+for _ in $(seq 1 300); do
+  "$dpsim" ctl ports zef_ovl2_taklink | python3 scripts/mainjob.py overlay-realised "$sample" && break
+  sleep 0.1
+done
+
 echo "== summary"
 "${ctl[@]}" get VIF_STATE >"$work/vif-state.jsonl"
 "$dpsim" ctl ports kcp_taklink | VIF_STATE="$work/vif-state.jsonl" python3 scripts/mainjob.py summary "$sample"
@@ -88,8 +103,15 @@ echo
 echo "  the agent's view (ovs-appctl -t \$socket cfgagent/lport/status):"
 ovs-appctl -t "$socket" cfgagent/lport/status | sed 's/^/  /'
 echo
-echo "  the overlay entries the store gives this host (cfgagent/l2/remote):"
-ovs-appctl -t "$socket" cfgagent/l2/remote | python3 scripts/mainjob.py l2 "$sample"
+"${ctl[@]}" get LOG_SWITCH_STATE >"$work/l2-state.jsonl"
+"$dpsim" ctl ports zef_ovl2_taklink | L2_STATE="$work/l2-state.jsonl" python3 scripts/mainjob.py overlay "$sample"
+echo
+echo "  the BFD sessions the agent keeps (cfgagent/bfd):"
+ovs-appctl -t "$socket" cfgagent/bfd | python3 -c 'import json,sys
+for r in json.load(sys.stdin): print("  %-15s %-15s %-38s %s" % (r["localIP"], r["remoteIP"], r["remoteID"], ",".join(r["sessionTypeList"])))'
+echo
+echo "  the overlay entries the store gives this host (cfgagent/l2/remote), first rows:"
+ovs-appctl -t "$socket" cfgagent/l2/remote | python3 scripts/mainjob.py l2 "$sample" 12
 cat <<TXT
 == look further
   ovs-appctl -t $socket list-commands
@@ -97,6 +119,10 @@ cat <<TXT
   ovs-appctl -t $socket cfgagent/config/local
   ovs-appctl -t $socket cfgagent/l2/remote
   ZEF_HOST_ROOT=$root $dpsim ctl ports kcp_taklink
+  ZEF_HOST_ROOT=$root $dpsim ctl ports zef_ovl2_taklink
+  ZEF_HOST_ROOT=$root $dpsim ctl mac zef_ovl2_taklink learn 5001 02:00:00:00:00:99 vtep=192.168.10.100 label=5000
+  ovs-appctl -t $socket cfgagent/bfd
+  ovs-appctl -t $socket cfgagent/l2/local
   ZEF_HOST_ROOT=$root $dpsim ctl vif kcp_taklink disconnect vif-web-1 hotmove
   ZEF_HOST_ROOT=$root $dpsim ctl notify kcp_taklink portprop vif-web-2
   ${ctl[*]} watch VIF_STATE HOTMOVE_STATUS

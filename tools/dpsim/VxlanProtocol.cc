@@ -10,6 +10,7 @@
 #include "l2/codec/VxlanQueryCodec.h"
 #include "l2/codec/VxlanTepStateCodec.h"
 #include "l2/codec/VxlanUpdateCodec.h"
+#include "l2/codec/VxlanVtepUpdateCodec.h"
 
 namespace Dpsim {
 
@@ -106,6 +107,10 @@ std::vector<LinkProtocol::Message> VxlanProtocol::OpenSession(uint32_t sessionId
     std::vector<std::vector<uint8_t>> learned;
     for (const auto& [number, vni] : _tables.Vnis()) {
         answers.push_back(VxlanControlCodec::BuildVniMembership({vni.switchId, number, VXLAN_JOIN}));
+        VxlanVtepUpdate vteps{vni.switchId, number, {}, {}};
+        for (const auto& [key, entry] : vni.localVteps) {
+            vteps.added.push_back(entry);
+        }
         VxlanMacUpdate macs{vni.switchId, number, {}, {}};
         for (const auto& [mac, entry] : vni.learnedMacs) {
             macs.added.push_back(entry);
@@ -116,6 +121,9 @@ std::vector<LinkProtocol::Message> VxlanProtocol::OpenSession(uint32_t sessionId
             ips[key.first ? 1 : 0].added.push_back({key.second, mac});
         }
         std::vector<uint8_t> tlv;
+        if (!vteps.added.empty() && VxlanVtepUpdateCodec::Build(vteps, tlv)) {
+            learned.push_back(tlv);
+        }
         if (!macs.added.empty() && VxlanMacUpdateCodec::Build(macs, tlv)) {
             learned.push_back(tlv);
         }
@@ -154,6 +162,9 @@ std::optional<LinkProtocol::CommandResult> VxlanProtocol::Execute(
     }
     if (command == "arp") {
         return Arp(words);
+    }
+    if (command == "vtep") {
+        return LocalVtep(words);
     }
     if (command == "query") {
         return Query(words);
@@ -247,6 +258,36 @@ LinkProtocol::CommandResult VxlanProtocol::Mac(const std::vector<std::string>& w
     result.keepsState = true;
     std::vector<uint8_t> tlv;
     VxlanMacUpdateCodec::Build(update, tlv);
+    AddUpdates({tlv}, result.messages);
+    return result;
+}
+
+LinkProtocol::CommandResult VxlanProtocol::LocalVtep(const std::vector<std::string>& words) {
+    uint32_t number = 0;
+    VxlanVtepEntry entry;
+    const bool add = words.size() == 6 && words[2] == "add";
+    const bool remove = words.size() == 6 && words[2] == "del";
+    if ((!add && !remove) || !Number(words[3], number) || !Ipv4(words[4], entry.vtepIp) ||
+        !Number(words[5], entry.vtepLabel)) {
+        return Failure("usage: vtep LINK add|del VNI IP LABEL");
+    }
+    VxlanTables::Vni* vni = _tables.Find(number);
+    if (vni == nullptr) {
+        return Failure("VNI " + words[3] + " is not joined");
+    }
+    const VxlanTables::VtepKey key = VxlanTables::KeyOf(entry);
+    VxlanVtepUpdate update{vni->switchId, number, {}, {}};
+    if (add) {
+        vni->localVteps[key] = entry;
+        update.added.push_back(entry);
+    } else {
+        vni->localVteps.erase(key);
+        update.removed.push_back(entry);
+    }
+    CommandResult result;
+    result.keepsState = true;
+    std::vector<uint8_t> tlv;
+    VxlanVtepUpdateCodec::Build(update, tlv);
     AddUpdates({tlv}, result.messages);
     return result;
 }

@@ -30,6 +30,7 @@ private:
     std::vector<Message> OpenSession(uint32_t sessionId) const;
     CommandResult Vni(const std::vector<std::string>& words);
     CommandResult Mac(const std::vector<std::string>& words);
+    CommandResult LocalVtep(const std::vector<std::string>& words);
     CommandResult Arp(const std::vector<std::string>& words);
     CommandResult Query(const std::vector<std::string>& words) const;
     CommandResult Tep(const std::vector<std::string>& words) const;

@@ -34,8 +34,9 @@ std::string Ipv4Text(uint32_t ip) {
     return AddressText::Ip(true, Ipv4Bytes(ip));
 }
 
-void AddVteps(cJSON* parent, const std::map<VxlanTables::VtepKey, VxlanVtepEntry>& vteps) {
-    cJSON* list = cJSON_AddArrayToObject(parent, "vteps");
+void AddVteps(cJSON* parent, const std::map<VxlanTables::VtepKey, VxlanVtepEntry>& vteps,
+              const char* name = "vteps") {
+    cJSON* list = cJSON_AddArrayToObject(parent, name);
     for (const auto& [key, vtep] : vteps) {
         cJSON* one = cJSON_CreateObject();
         cJSON_AddStringToObject(one, "ip", Ipv4Text(vtep.vtepIp).c_str());
@@ -157,6 +158,7 @@ void VxlanTables::ForgetProgrammed() {
     for (auto& [number, vni] : _vnis) {
         Vni kept;
         kept.switchId = vni.switchId;
+        kept.localVteps = std::move(vni.localVteps);
         kept.learnedMacs = std::move(vni.learnedMacs);
         kept.learnedIps = std::move(vni.learnedIps);
         vni = std::move(kept);
@@ -475,6 +477,7 @@ void VxlanTables::Dump(cJSON* out) const {
         AddNeighbors(one, "arp", true, vni.arp);
         AddNeighbors(one, "nd", false, vni.nd);
         AddLabels(one, vni.groups);
+        AddVteps(one, vni.localVteps, "localVteps");
         AddMacs(one, "learnedMacs", vni.learnedMacs);
         AddIps(one, "learnedIps", vni.learnedIps);
     }

@@ -48,6 +48,8 @@ public:
         std::map<CfgAgent::VxlanIp, CfgAgent::VxlanMacEntry> arp;
         std::map<CfgAgent::VxlanIp, CfgAgent::VxlanMacEntry> nd;
         std::set<uint32_t> groups;
+        // The host's own VTEPs of the VNI, which the module reports.
+        std::map<VtepKey, CfgAgent::VxlanVtepEntry> localVteps;
         std::map<CfgAgent::VxlanMac, CfgAgent::VxlanMacEntry> learnedMacs;
         std::map<IpKey, CfgAgent::VxlanMac> learnedIps;
     };

@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <sstream>
+
 #include "OverlayRoad.h"
 
 namespace {
@@ -37,6 +39,16 @@ protected:
         return Poll([&] { return Store({"get", type}); },
                     [&](const std::string& objects) { return (objects.find(text) != std::string::npos) == present; },
                     last);
+    }
+
+    // The sessions the agent opened with the overlay module.
+    size_t CountSessions() {
+        std::istringstream lines(ReadRecord());
+        size_t count = 0;
+        for (std::string line; std::getline(lines, line);) {
+            count += line.find(kLink) != std::string::npos && line.find("\"Session Open\"") != std::string::npos;
+        }
+        return count;
     }
 
     OverlayStore _store;
@@ -79,6 +91,30 @@ TEST_F(OverlayRoadTest, AfterTheAgentAndTheStoreRestartTheModuleHoldsWhatTheStor
     ASSERT_TRUE(Converged()) << ::testing::PrintToString(_last);
     // What the module learned is reported again in the new session.
     EXPECT_TRUE(StoreHas("LOG_SWITCH_STATE", "2199023255553"));
+}
+
+TEST_F(OverlayRoadTest, OperatorsSeeRoutingDomainsAndCanRestartTheSession) {
+    ASSERT_TRUE(Converged()) << ::testing::PrintToString(_last);
+    Store({"put", "LOG_SWITCH_CONFIG",
+           R"({"id":{"left":"1","right":"1"},"vni":5001,"routing_domain_id":{"left":"9","right":"9"}})"});
+    std::string last;
+    EXPECT_TRUE(Poll([&] { return Appctl({"cfgagent/l2/routingdomain"}); },
+                     [](const std::string& answer) {
+                         return answer.find(R"("RoutingDomainID":"00000000-0000-0009-0000-000000000009")") !=
+                                    std::string::npos &&
+                                answer.find(R"("LogicalSwitchID":"00000000-0000-0001-0000-000000000001")") !=
+                                    std::string::npos;
+                     },
+                     last))
+        << last;
+
+    EXPECT_EQ(Appctl({"cfgagent/set-simulate/out-of-sync", "l2"}),
+              "Setting simulate out of sync for vertical l2 successfully\n");
+    EXPECT_EQ(Appctl({"cfgagent/set-simulate/out-of-sync", "l3"}),
+              "Setting simulate out of sync for vertical l3 failed\n");
+    // The new session's module gets everything again.
+    ASSERT_TRUE(Converged()) << ::testing::PrintToString(_last);
+    EXPECT_GE(CountSessions(), 2u);
 }
 
 }  // namespace

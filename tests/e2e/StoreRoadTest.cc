@@ -111,8 +111,8 @@ TEST_F(StoreRoadTest, ListCommandsShowsTheCommandsThatTakeAnArgument) {
     const std::vector<std::string> expected = {
         "cfgagent/set-cradle/loglevel", "cfgagent/set-loftdb/loglevel", "cfgagent/set-metrics/loglevel",
         "cfgagent/set-net/loglevel",    "cfgagent/set-rpc/loglevel",    "cfgagent/set-sha/loglevel",
-        "cfgagent/set-upm/loglevel",    "cfgagent/set-wft/loglevel",    "cfgagent/set-wft/tracelevel",
-        "cfgagent/set/loglevel",
+        "cfgagent/set-simulate/out-of-sync", "cfgagent/set-upm/loglevel", "cfgagent/set-wft/loglevel",
+        "cfgagent/set-wft/tracelevel",  "cfgagent/set/loglevel",
     };
     EXPECT_EQ(names, expected);
 }

@@ -6,7 +6,6 @@
 // Prints one JSON line.
 
 #include <algorithm>
-#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
@@ -14,6 +13,7 @@
 #include <vector>
 
 #include "KcpFloor.h"
+#include "Percentile.h"
 #include "PortCorpus.h"
 
 namespace {
@@ -25,13 +25,6 @@ constexpr size_t kDefaultRepeats = 5;
 
 size_t Count(int argc, char** argv, int index, size_t fallback) {
     return index < argc ? std::strtoul(argv[index], nullptr, 10) : fallback;
-}
-
-// Nearest rank.
-double Percentile(std::vector<double> values, double fraction) {
-    std::sort(values.begin(), values.end());
-    const size_t rank = static_cast<size_t>(std::ceil(fraction * static_cast<double>(values.size())));
-    return values[std::max<size_t>(rank, 1) - 1];
 }
 
 int Full(size_t ports, size_t switches, size_t repeats) {
@@ -57,7 +50,7 @@ int Single(size_t count) {
     Bench::KcpFloor floor(corpus);
     const std::vector<double> micros = floor.SingleUpdates(count);
     std::printf("{\"mode\":\"single\",\"updates\":%zu,\"p50_us\":%.2f,\"p99_us\":%.2f}\n", count,
-                Percentile(micros, 0.50), Percentile(micros, 0.99));
+                Bench::Percentile(micros, 0.50), Bench::Percentile(micros, 0.99));
     return 0;
 }
 

@@ -204,15 +204,21 @@ std::optional<LinkProtocol::CommandResult> VxlanProtocol::Execute(
 }
 
 LinkProtocol::CommandResult VxlanProtocol::Vni(const std::vector<std::string>& words) {
-    uint32_t vni = 0;
+    uint32_t first = 0;
+    uint32_t last = 0;
     uint32_t switchId = 1;
     const bool join = (words.size() == 4 || words.size() == 5) && words[2] == "join" &&
                       (words.size() == 4 || Number(words[4], switchId));
     const bool leave = words.size() == 4 && words[2] == "leave";
-    if ((!join && !leave) || !Number(words[3], vni)) {
-        return Failure("usage: vni LINK join VNI [SWITCH_ID] | vni LINK leave VNI");
+    // A join may name a range of VNIs, FIRST-LAST.
+    const size_t dash = join ? words[3].find('-') : std::string::npos;
+    const bool numbers = dash == std::string::npos
+                             ? Number(words.size() > 3 ? words[3] : "", first) && (last = first, true)
+                             : Number(words[3].substr(0, dash), first) && Number(words[3].substr(dash + 1), last);
+    if ((!join && !leave) || !numbers || last < first) {
+        return Failure("usage: vni LINK join VNI|FIRST-LAST [SWITCH_ID] | vni LINK leave VNI");
     }
-    const VxlanTables::Vni* known = _tables.Find(vni);
+    const VxlanTables::Vni* known = _tables.Find(first);
     if (leave && known == nullptr) {
         return Failure("VNI " + words[3] + " is not joined");
     }
@@ -220,12 +226,16 @@ LinkProtocol::CommandResult VxlanProtocol::Vni(const std::vector<std::string>& w
     result.keepsState = true;
     if (leave) {
         switchId = known->switchId;
-        _tables.Leave(vni);
-    } else {
-        _tables.Join(vni, switchId);
+        _tables.Leave(first);
     }
-    result.messages.push_back(
-        VxlanControlCodec::BuildVniMembership({switchId, vni, join ? VXLAN_JOIN : VXLAN_LEAVE}));
+    for (uint64_t vni = first; vni <= last; ++vni) {
+        const uint32_t number = static_cast<uint32_t>(vni);
+        if (join) {
+            _tables.Join(number, switchId);
+        }
+        result.messages.push_back(
+            VxlanControlCodec::BuildVniMembership({switchId, number, join ? VXLAN_JOIN : VXLAN_LEAVE}));
+    }
     return result;
 }
 

@@ -163,13 +163,31 @@ void StateCacheL2Table::UpdateDesiredState(const LoftDBUpdateList& list, bool is
     UpdateDesiredStateInner(list, isFullSync, true);
 }
 
-void StateCacheL2Table::UpdateDesiredStateInner(const LoftDBUpdateList& list, bool isFullSync,
-                                                bool filter) {
+// The dispatcher's share is consumed as it is applied: a record that is a
+// change moves on to the observers, any other is freed, so a full load of
+// millions of entries is never held twice.
+void StateCacheL2Table::TakeDesiredState(RecordPack records, bool isFullSync) {
     Lock guard(agentLock());
     DelayLog delay(Instrumented(), "L2Cache UpdateDesiredState");
     LoftDBUpdateList changes;
-    std::unique_ptr<LoftDBUpdateList> filtered = filter ? FilterRuntime(list) : nullptr;
-    UpdateL2CacheTable(filtered ? *filtered : list, isFullSync, _desired, kRemoteVersion, changes);
+    if (!isFullSync && records.Empty()) {
+        CFG_LOG(LL_DEBUG, "L2Cache: UpdateL2CacheTable : empty msg");
+    } else {
+        const uint32_t before = isFullSync ? BeginFullSync(_desired, kRemoteVersion) : 0;
+        LoftDBUpdateMsg record;
+        while (records.TakeFront(record)) {
+            if (!ReportedHere(record)) {
+                Apply(record, isFullSync, _desired, changes);
+            }
+        }
+        if (isFullSync) {
+            EndFullSync(_desired, before, changes);
+        }
+    }
+    NotifyDesiredChanges(changes, isFullSync);
+}
+
+void StateCacheL2Table::NotifyDesiredChanges(const LoftDBUpdateList& changes, bool isFullSync) {
     bool flag = false;
     if (!_desired.updated) {
         _desired.updated = true;
@@ -178,6 +196,16 @@ void StateCacheL2Table::UpdateDesiredStateInner(const LoftDBUpdateList& list, bo
     if (flag || !changes.empty()) {
         NotifyDesired(changes, flag);
     }
+}
+
+void StateCacheL2Table::UpdateDesiredStateInner(const LoftDBUpdateList& list, bool isFullSync,
+                                                bool filter) {
+    Lock guard(agentLock());
+    DelayLog delay(Instrumented(), "L2Cache UpdateDesiredState");
+    LoftDBUpdateList changes;
+    std::unique_ptr<LoftDBUpdateList> filtered = filter ? FilterRuntime(list) : nullptr;
+    UpdateL2CacheTable(filtered ? *filtered : list, isFullSync, _desired, kRemoteVersion, changes);
+    NotifyDesiredChanges(changes, isFullSync);
 }
 
 void StateCacheL2Table::UpdateRuntimeState(const LoftDBUpdateList& list, bool isFullSync) {
@@ -199,23 +227,36 @@ void StateCacheL2Table::UpdateRuntimeState(const LoftDBUpdateList& list, bool is
 void StateCacheL2Table::UpdateL2CacheTable(const LoftDBUpdateList& list, bool isFullSync,
                                            Side& side, const char* versionLine,
                                            LoftDBUpdateList& changes) {
-    if (!isFullSync) {
-        if (list.empty()) {
-            CFG_LOG(LL_DEBUG, "L2Cache: UpdateL2CacheTable : empty msg");
-            return;
-        }
-        for (const LoftDBUpdateMsg& record : list) {
-            ApplyDelta(record, side, changes);
-        }
+    if (!isFullSync && list.empty()) {
+        CFG_LOG(LL_DEBUG, "L2Cache: UpdateL2CacheTable : empty msg");
         return;
     }
+    const uint32_t before = isFullSync ? BeginFullSync(side, versionLine) : 0;
+    for (LoftDBUpdateMsg record : list) {
+        Apply(record, isFullSync, side, changes);
+    }
+    if (isFullSync) {
+        EndFullSync(side, before, changes);
+    }
+}
+
+uint32_t StateCacheL2Table::BeginFullSync(Side& side, const char* versionLine) {
     const uint32_t before = side.version++;
     CFG_LOG(LL_DEBUG, versionLine, side.version);
-    for (const LoftDBUpdateMsg& record : list) {
+    return before;
+}
+
+void StateCacheL2Table::Apply(LoftDBUpdateMsg& record, bool isFullSync, Side& side, LoftDBUpdateList& changes) {
+    if (isFullSync) {
         ApplyFullSync(record, side, changes);
+    } else {
+        ApplyDelta(record, side, changes);
     }
-    // What this generation did not confirm is gone from the source: its
-    // property rows go first, then the objects, then the rest.
+}
+
+// What the generation did not confirm is gone from the source: its property
+// rows go first, then the objects, then the rest.
+void StateCacheL2Table::EndFullSync(Side& side, uint32_t before, LoftDBUpdateList& changes) {
     LoftDBUpdateList properties;
     LoftDBUpdateList objects;
     for (const L2Entry& entry : side.rows.EraseOlderThan(before + 1)) {
@@ -225,7 +266,7 @@ void StateCacheL2Table::UpdateL2CacheTable(const LoftDBUpdateList& list, bool is
     changes.splice(changes.begin(), properties);
 }
 
-void StateCacheL2Table::ApplyDelta(const LoftDBUpdateMsg& record, Side& side,
+void StateCacheL2Table::ApplyDelta(LoftDBUpdateMsg& record, Side& side,
                                    LoftDBUpdateList& changes) {
     const std::string& id = record.objectId;
     if (record.propertyValue.empty()) {
@@ -237,7 +278,7 @@ void StateCacheL2Table::ApplyDelta(const LoftDBUpdateMsg& record, Side& side,
                     changes.push_back(DeleteRecord(erased));
                 }
             }
-            changes.push_back(record);
+            changes.push_back(std::move(record));
         } else if (record.operation == OP_DELETE) {
             for (const L2Entry& erased : side.rows.EraseProperty(id, record.propertyType)) {
                 CFG_LOG(LL_DEBUG, "L2Cache: Object %1 remove property: %2",
@@ -249,7 +290,7 @@ void StateCacheL2Table::ApplyDelta(const LoftDBUpdateMsg& record, Side& side,
             CFG_LOG(LL_DEBUG, "L2Cache: add object %1, objectType: %2",
                     IdText(id, record.objectType), record.objectType);
             side.rows.Insert(id, record.objectType, 0, {}, {}, side.version);
-            changes.push_back(record);
+            changes.push_back(std::move(record));
         }
         return;
     }
@@ -271,15 +312,15 @@ void StateCacheL2Table::ApplyDelta(const LoftDBUpdateMsg& record, Side& side,
                 IdText(id, record.objectType), record.propertyType, key.part[0], key.part[1]);
         side.rows.Insert(id, record.objectType, record.propertyType, record.propertyValue, key,
                          side.version);
-        changes.push_back(record);
+        changes.push_back(std::move(record));
     } else if (found && record.operation == OP_DELETE) {
         side.rows.EraseValue(id, record.propertyType, key, record.propertyValue);
         CFG_LOG(LL_DEBUG, "L2Cache: remove property: %1", record.propertyType);
-        changes.push_back(record);
+        changes.push_back(std::move(record));
     }
 }
 
-void StateCacheL2Table::ApplyFullSync(const LoftDBUpdateMsg& record, Side& side,
+void StateCacheL2Table::ApplyFullSync(LoftDBUpdateMsg& record, Side& side,
                                       LoftDBUpdateList& changes) {
     const std::string& id = record.objectId;
     if (record.propertyValue.empty()) {
@@ -294,7 +335,7 @@ void StateCacheL2Table::ApplyFullSync(const LoftDBUpdateMsg& record, Side& side,
                 CFG_LOG(LL_DEBUG, "L2Cache: add object %1, objectType: %2",
                         IdText(id, record.objectType), record.objectType);
                 side.rows.Insert(id, record.objectType, 0, {}, {}, side.version);
-                changes.push_back(record);
+                changes.push_back(std::move(record));
             }
         } else if (record.operation == OP_UPDATE) {
             side.rows.Confirm(id, 0, {}, {}, side.version);
@@ -302,7 +343,7 @@ void StateCacheL2Table::ApplyFullSync(const LoftDBUpdateMsg& record, Side& side,
             CFG_LOG(LL_DEBUG, "L2Cache: remove object: %1, objectType: %2",
                     IdText(id, record.objectType), record.objectType);
             side.rows.EraseValue(id, 0, {}, {});
-            changes.push_back(record);
+            changes.push_back(std::move(record));
         }
         return;
     }
@@ -316,18 +357,18 @@ void StateCacheL2Table::ApplyFullSync(const LoftDBUpdateMsg& record, Side& side,
                                       record.propertyValue, key, side.version)) {
             CFG_LOG(LL_DEBUG, "L2Cache: Object %1 update/add property in full sync: %2",
                     IdText(id, record.objectType), record.propertyType);
-            changes.push_back(record);
+            changes.push_back(std::move(record));
         }
     } else if (record.operation == OP_DELETE &&
                side.rows.HasValue(id, record.propertyType, key, record.propertyValue)) {
         side.rows.EraseValue(id, record.propertyType, key, record.propertyValue);
-        changes.push_back(record);
+        changes.push_back(std::move(record));
     }
 }
 
 // A group has one value: a new one replaces the old whatever its key. The
 // same value again only confirms it, so a replay tells nobody.
-void StateCacheL2Table::ReplaceGroup(const LoftDBUpdateMsg& record, Side& side,
+void StateCacheL2Table::ReplaceGroup(LoftDBUpdateMsg& record, Side& side,
                                      LoftDBUpdateList& changes) {
     const std::string& id = record.objectId;
     const L2ValueKey key = KeyOf(record.propertyValue, record.propertyType);
@@ -341,7 +382,7 @@ void StateCacheL2Table::ReplaceGroup(const LoftDBUpdateMsg& record, Side& side,
     }
     side.rows.Insert(id, record.objectType, record.propertyType, record.propertyValue, key,
                      side.version);
-    changes.push_back(record);
+    changes.push_back(std::move(record));
 }
 
 bool StateCacheL2Table::ReportedHere(const LoftDBUpdateMsg& record) {

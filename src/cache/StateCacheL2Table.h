@@ -20,6 +20,7 @@ class StateCacheL2Table : public zef::RefCounted<StateCacheL2Table, Component> {
 public:
     // The dispatcher's entry; what this host reports itself is left out.
     void UpdateDesiredState(const LoftDBUpdateList& list, bool isFullSync) override;
+    void TakeDesiredState(RecordPack records, bool isFullSync) override;
     // From the L2 application: what the kernel reports of this host.
     void UpdateRuntimeState(const LoftDBUpdateList& list, bool isFullSync);
     // Drops an object's runtime rows and tells the runtime observers; false
@@ -81,9 +82,15 @@ private:
                            L2ValueKey key, std::string& value);
     void UpdateL2CacheTable(const LoftDBUpdateList& list, bool isFullSync, Side& side,
                             const char* versionLine, LoftDBUpdateList& changes);
-    void ApplyDelta(const LoftDBUpdateMsg& record, Side& side, LoftDBUpdateList& changes);
-    void ApplyFullSync(const LoftDBUpdateMsg& record, Side& side, LoftDBUpdateList& changes);
-    void ReplaceGroup(const LoftDBUpdateMsg& record, Side& side, LoftDBUpdateList& changes);
+    // A full sync's new generation; the one before is returned.
+    static uint32_t BeginFullSync(Side& side, const char* versionLine);
+    static void EndFullSync(Side& side, uint32_t before, LoftDBUpdateList& changes);
+    // Each takes the record: a change moves on into `changes`.
+    void Apply(LoftDBUpdateMsg& record, bool isFullSync, Side& side, LoftDBUpdateList& changes);
+    void ApplyDelta(LoftDBUpdateMsg& record, Side& side, LoftDBUpdateList& changes);
+    void ApplyFullSync(LoftDBUpdateMsg& record, Side& side, LoftDBUpdateList& changes);
+    void ReplaceGroup(LoftDBUpdateMsg& record, Side& side, LoftDBUpdateList& changes);
+    void NotifyDesiredChanges(const LoftDBUpdateList& changes, bool isFullSync);
     // What this host reports itself, left out of a desired list.
     bool ReportedHere(const LoftDBUpdateMsg& record);
     std::unique_ptr<LoftDBUpdateList> FilterRuntime(const LoftDBUpdateList& list);

@@ -224,9 +224,7 @@ void L2App::SendAll(const std::vector<Bytes>& messages, int dumpLevel) {
 }
 
 void L2App::SendBatch(const L2TlvBatch& batch) {
-    if (!batch.Empty()) {
-        SendAll(batch.Messages(kMaxMessageLength), LL_DEBUG);
-    }
+    batch.ForEachMessage(kMaxMessageLength, [this](Bytes&& message) { Send(message, LL_DEBUG); });
 }
 
 void L2App::SendMessages(const std::vector<Bytes>& messages) { SendAll(messages, LL_INFO); }

@@ -2,6 +2,7 @@
 
 #include "l2/codec/VxlanIpUpdateCodec.h"
 #include "l2/codec/VxlanMacUpdateCodec.h"
+#include "l2/codec/VxlanMessage.h"
 #include "l2/codec/VxlanRdVtepUpdateCodec.h"
 #include "l2/codec/VxlanUpdateCodec.h"
 #include "l2/codec/VxlanVtepUpdateCodec.h"
@@ -95,24 +96,39 @@ void L2TlvBatch::InsertMacBefore(size_t position, uint32_t switchId, uint32_t vn
     _items.emplace(_items.begin() + static_cast<std::ptrdiff_t>(position), std::move(update));
 }
 
-std::vector<std::vector<uint8_t>> L2TlvBatch::Tlvs() const {
-    std::vector<std::vector<uint8_t>> tlvs;
-    tlvs.reserve(_items.size());
+bool L2TlvBatch::Build(const Item& item, std::vector<uint8_t>& tlv) {
+    return std::visit([&tlv](const auto& update) { return BuildTlv(update, tlv); }, item);
+}
+
+void L2TlvBatch::ForEachMessage(size_t maxLength,
+                                const std::function<void(std::vector<uint8_t>&&)>& take) const {
+    std::vector<std::vector<uint8_t>> row;
+    size_t length = VxlanMessage::kRowOffset;
+    auto flush = [&] {
+        std::vector<uint8_t> message;
+        if (!row.empty() && VxlanUpdateCodec::Build(row, message)) {
+            take(std::move(message));
+        }
+        row.clear();
+        length = VxlanMessage::kRowOffset;
+    };
     for (const Item& item : _items) {
         std::vector<uint8_t> tlv;
-        if (std::visit([&tlv](const auto& update) { return BuildTlv(update, tlv); }, item)) {
-            tlvs.push_back(std::move(tlv));
+        if (!Build(item, tlv) || VxlanMessage::kRowOffset + tlv.size() > maxLength) {
+            continue;
         }
+        if (length + tlv.size() > maxLength) {
+            flush();
+        }
+        length += tlv.size();
+        row.push_back(std::move(tlv));
     }
-    return tlvs;
+    flush();
 }
 
 std::vector<std::vector<uint8_t>> L2TlvBatch::Messages(size_t maxLength) const {
     std::vector<std::vector<uint8_t>> messages;
-    const std::vector<std::vector<uint8_t>> tlvs = Tlvs();
-    if (!tlvs.empty()) {
-        VxlanUpdateCodec::Pack(tlvs, maxLength, messages);
-    }
+    ForEachMessage(maxLength, [&messages](std::vector<uint8_t>&& message) { messages.push_back(std::move(message)); });
     return messages;
 }
 

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <variant>
 #include <vector>
 
@@ -36,14 +37,17 @@ public:
 
     bool Empty() const { return _items.empty(); }
     size_t Size() const { return _items.size(); }
-    std::vector<std::vector<uint8_t>> Tlvs() const;
-    // The row cut into Update messages of at most `maxLength` bytes.
+    // The row cut into Update messages of at most `maxLength` bytes, each
+    // handed to `take` as soon as it is full, so that a large batch is never
+    // held as bytes whole.
+    void ForEachMessage(size_t maxLength, const std::function<void(std::vector<uint8_t>&&)>& take) const;
     std::vector<std::vector<uint8_t>> Messages(size_t maxLength = kMaxTlv + 4) const;
 
 private:
     using Item = std::variant<VxlanMacUpdate, VxlanIpUpdate, VxlanVtepUpdate, VxlanRdVtepUpdate,
                               std::vector<uint8_t>>;
 
+    static bool Build(const Item& item, std::vector<uint8_t>& tlv);
     template <typename Update, typename Entry>
     size_t Add(Update key, const Entry& entry, bool removed, size_t head, size_t entrySize);
 

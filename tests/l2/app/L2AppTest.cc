@@ -15,6 +15,8 @@
 #include "frame/vocabulary/UpdateOperation.h"
 #include "l2/codec/VxlanConfigureCodec.h"
 #include "l2/codec/VxlanControlCodec.h"
+#include "l2/codec/VxlanGroupAssociationCodec.h"
+#include "l2/codec/VxlanGroupCodec.h"
 #include "l2/codec/VxlanMacUpdateCodec.h"
 #include "l2/codec/VxlanMessage.h"
 #include "l2/codec/VxlanUpdateCodec.h"
@@ -417,6 +419,98 @@ TEST_F(L2AppTest, StoreEncapsMapToTheKernelsAndAnUnknownOneIsRefused) {
     }
     EXPECT_EQ(_link->sent.size(), before);
     EXPECT_TRUE(log.Has("Invalid VTEP encap type 2, IP: 10.0.0.40, label: 40"));
+}
+
+// What a row of data TLVs says of VTEP groups: "group L", "group L deleted",
+// "switch uses L", "switch drops L", in order.
+std::vector<std::string> GroupEvents(const std::vector<Tlv>& row) {
+    std::vector<std::string> events;
+    for (const Tlv& data : row) {
+        VxlanGroup group;
+        VxlanGroupAssociation association;
+        if (VxlanGroupCodec::Read(data, group).empty()) {
+            events.push_back("group " + std::to_string(group.label) + (group.deleted ? " deleted" : ""));
+        } else if (VxlanGroupAssociationCodec::Read(data, association).empty()) {
+            events.push_back(std::string(association.deleted ? "switch drops " : "switch uses ") +
+                             std::to_string(association.label));
+        }
+    }
+    return events;
+}
+
+TEST_F(L2AppTest, AGroupOfTransportNodesDeletedInUseStaysUntilItsLastUserGoes) {
+    constexpr uint32_t kLabel = 0x40001;
+    lb::VtepGroupMsg group;
+    group.set_id(std::to_string(kLabel));
+    group.set_label(kLabel);
+    group.set_type(3);
+    *group.add_vteps() = [] {
+        lb::LogSwitchVtepEntryMsg vtep;
+        vtep.mutable_vtep_label()->set_label(61);
+        vtep.set_vtep_ip(0x0A000061);
+        vtep.set_encap_type(3);
+        return vtep;
+    }();
+    lb::VtepLabelMsg label;
+    label.set_label(kLabel);
+    const LoftDBUpdateMsg groupRow(L2_VTEP_GROUP_OBJECT, std::to_string(kLabel), OP_UPDATE, L2_VTEP_GROUP,
+                                   group.SerializeAsString());
+    Configure();
+    LoadFib({});
+    Session();
+    Join();
+    auto apply = [this](LoftDBUpdateList records) {
+        const size_t before = _link->sent.size();
+        std::lock_guard<std::recursive_mutex> guard(agentLock());
+        _app->ProcessL2DesiredStateUpdate(records, false);
+        return SentFrom(before);
+    };
+    std::vector<Bytes> sent = apply({groupRow});
+    EXPECT_TRUE(sent.empty()) << "an unused group stays out of the kernel";
+
+    sent = apply({Fib(L2_VTEP_GROUP_LABEL, label.SerializeAsString())});
+    EXPECT_EQ(GroupEvents(UpdateRow(sent)), (std::vector<std::string>{"group 262145", "switch uses 262145"}));
+
+    LoftDBUpdateMsg deleted = groupRow;
+    deleted.operation = OP_DELETE;
+    sent = apply({deleted});
+    EXPECT_TRUE(sent.empty()) << "in use, it stays";
+    ASSERT_NE(_app->VtepGroups().Find(kLabel), nullptr);
+
+    sent = apply({Fib(L2_VTEP_GROUP_LABEL, label.SerializeAsString(), OP_DELETE)});
+    EXPECT_EQ(GroupEvents(UpdateRow(sent)),
+              (std::vector<std::string>{"switch drops 262145", "group 262145 deleted"}));
+    EXPECT_EQ(_app->VtepGroups().Find(kLabel), nullptr);
+}
+
+TEST_F(L2AppTest, AVniLeaveTakesItsSwitchsRuntimeRowsAndHeldUpdates) {
+    Configure();
+    LoadFib({});
+    Session();
+    Join();
+    VxlanMacEntry entry;
+    entry.vmMac = {0x00, 0x50, 0x56, 0x00, 0x00, 0xD1};
+    Bytes tlv;
+    ASSERT_TRUE(VxlanMacUpdateCodec::Build({kInstance, kVni, {}, {entry}}, tlv));
+    Bytes update;
+    ASSERT_TRUE(VxlanUpdateCodec::Build({tlv}, update));
+    Kernel(update);
+    std::vector<L2Entry> rows;
+    ASSERT_TRUE(_l2Table->GetRuntimeObject(kSwitch, rows));
+    EXPECT_EQ(rows.size(), 2u);
+
+    // A second VNI whose switch is unknown keeps what it learns queued.
+    Join(6001);
+    ASSERT_TRUE(VxlanMacUpdateCodec::Build({kInstance, 6001, {}, {entry}}, tlv));
+    ASSERT_TRUE(VxlanUpdateCodec::Build({tlv}, update));
+    Kernel(update);
+    EXPECT_EQ(_app->QueuedMessageCount(), 2u);
+
+    Kernel(VxlanControlCodec::BuildVniMembership({kInstance, kVni, VXLAN_LEAVE}));
+    Kernel(VxlanControlCodec::BuildVniMembership({kInstance, 6001, VXLAN_LEAVE}));
+    EXPECT_FALSE(_l2Table->GetRuntimeObject(kSwitch, rows));
+    EXPECT_EQ(_app->QueuedMessageCount(), 0u);
+    EXPECT_TRUE(_app->VniMap().empty());
 }
 
 }  // namespace

@@ -246,17 +246,7 @@ void L2AlarmReporter::reportTEPTaknicFaultAlarm(const VxlanTepState& state) {
 }
 
 void L2AlarmReporter::reportTEPHATaknicHAActiveAlarm(const VxlanTepState& state) {
-    std::string instance;
-    std::string host;
-    if (!Identify(state, instance, host)) {
-        return;
-    }
-    const std::string document = Document({{"transport_node_id", host},
-                                           {"vtep_name", state.taknicName},
-                                           {"vtep_state", std::to_string(state.taknicState)},
-                                           {"dpu_id", ""},
-                                           {"dvs_name", state.switchName}});
-    Send(kHaActiveEvent, state, instance, document, "L2 TAKNIC STATE HA status alarm", host);
+    ReportTaknicState(state, kHaActiveEvent, "L2 TAKNIC STATE HA status alarm");
 }
 
 void L2AlarmReporter::reportTEPHATaknicAutoRecoveryAlarm(const VxlanTepState& state) {
@@ -264,6 +254,10 @@ void L2AlarmReporter::reportTEPHATaknicAutoRecoveryAlarm(const VxlanTepState& st
         CFG_LOG(LL_ERROR, "L2AlarmReporter: %1: invalid action: %2", kName, state.action);
         return;
     }
+    ReportTaknicState(state, kAutoRecoveryEvent, "L2 TAKNIC AUTO RECOVERY state alarm");
+}
+
+void L2AlarmReporter::ReportTaknicState(const VxlanTepState& state, uint16_t eventType, const char* what) {
     std::string instance;
     std::string host;
     if (!Identify(state, instance, host)) {
@@ -274,7 +268,7 @@ void L2AlarmReporter::reportTEPHATaknicAutoRecoveryAlarm(const VxlanTepState& st
                                            {"vtep_state", std::to_string(state.taknicState)},
                                            {"dpu_id", ""},
                                            {"dvs_name", state.switchName}});
-    Send(kAutoRecoveryEvent, state, instance, document, "L2 TAKNIC AUTO RECOVERY state alarm", host);
+    Send(eventType, state, instance, document, what, host);
 }
 
 }  // namespace CfgAgent

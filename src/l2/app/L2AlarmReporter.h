@@ -58,6 +58,8 @@ private:
     void reportTEPTaknicFaultAlarm(const VxlanTepState& state);
     void reportTEPHATaknicHAActiveAlarm(const VxlanTepState& state);
     void reportTEPHATaknicAutoRecoveryAlarm(const VxlanTepState& state);
+    // The two reports of a taknic's state share their document's keys.
+    void ReportTaknicState(const VxlanTepState& state, uint16_t eventType, const char* what);
     // The event's instance and the host UUID, or false when a report cannot be made.
     bool Identify(const VxlanTepState& state, std::string& instance, std::string& host);
     void Send(uint16_t eventType, const VxlanTepState& state, const std::string& instance,

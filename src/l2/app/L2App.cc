@@ -1210,25 +1210,34 @@ void L2App::ProcessL2DesiredStateUpdate(const LoftDBUpdateList& list, bool) {
     SendAll(batch.leaves, LL_INFO);
 }
 
-void L2App::AddSwitchChange(const LoftDBUpdateMsg& record, Batch& batch) {
-    uint32_t vni = 0;
+const L2App::Vni* L2App::JoinedVniOf(const LoftDBUpdateMsg& record, int noVniLevel, const char* noVniLine,
+                                      uint32_t& vni) const {
     if (!VniOfSwitch(record.objectId, vni)) {
-        CFG_LOG(LL_INFO, "%1: logical switch property is already deleted before L2 FIB updates(op %2)", kName,
-                record.operation);
-        return;
+        CFG_LOG(noVniLevel, noVniLine, kName, record.operation);
+        return nullptr;
     }
     auto joined = _vniMap.find(vni);
     if (joined == _vniMap.end()) {
         CFG_LOG(LL_DEBUG, "%1: VNI %2 doesn't receive Join from datapath", kName, vni);
+        return nullptr;
+    }
+    return &joined->second;
+}
+
+void L2App::AddSwitchChange(const LoftDBUpdateMsg& record, Batch& batch) {
+    uint32_t vni = 0;
+    const Vni* joined =
+        JoinedVniOf(record, LL_INFO, "%1: logical switch property is already deleted before L2 FIB updates(op %2)", vni);
+    if (joined == nullptr) {
         return;
     }
     if (record.propertyType == INVALID_PROPERTY) {
         if (record.operation != OP_DELETE) {
-            SendVniMembershipChange(vni, joined->second.switchId);
+            SendVniMembershipChange(vni, joined->switchId);
         }
         return;
     }
-    AddSwitchRow(record, vni, joined->second.switchId, batch);
+    AddSwitchRow(record, vni, joined->switchId, batch);
 }
 
 void L2App::SendMacLimit(const std::string& value, uint32_t vni, uint32_t switchId) {
@@ -1581,17 +1590,11 @@ void L2App::SendRoutingDomainItem(uint32_t vni, const VxlanUuid& domain) {
 
 void L2App::OnSwitchMacManagement(const LoftDBUpdateMsg& record) {
     uint32_t vni = 0;
-    if (!VniOfSwitch(record.objectId, vni)) {
-        CFG_LOG(LL_DEBUG, "%1: logical switch property is already deleted before L2 Config updates(op %2)", kName,
-                record.operation);
-        return;
+    const Vni* joined = JoinedVniOf(
+        record, LL_DEBUG, "%1: logical switch property is already deleted before L2 Config updates(op %2)", vni);
+    if (joined != nullptr) {
+        SendMacLimit(record.propertyValue, vni, joined->switchId);
     }
-    auto joined = _vniMap.find(vni);
-    if (joined == _vniMap.end()) {
-        CFG_LOG(LL_DEBUG, "%1: VNI %2 doesn't receive Join from datapath", kName, vni);
-        return;
-    }
-    SendMacLimit(record.propertyValue, vni, joined->second.switchId);
 }
 
 }  // namespace CfgAgent

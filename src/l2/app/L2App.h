@@ -181,6 +181,9 @@ private:
     void OnSwitchRoutingDomain(const LoftDBUpdateMsg& record, LoftDBUpdateList& runtime);
     void OnSwitchMacManagement(const LoftDBUpdateMsg& record);
     bool VniOfSwitch(const std::string& switchUuid, uint32_t& vni) const;
+    // The joined VNI of the record's switch; null, logged, when the switch
+    // has no VNI (at `noVniLevel`) or the kernel did not join it.
+    const Vni* JoinedVniOf(const LoftDBUpdateMsg& record, int noVniLevel, const char* noVniLine, uint32_t& vni) const;
     std::string SwitchOfVni(uint32_t vni) const;
     void SetSwitchOfVni(uint32_t vni, Vni& entry, const std::string& switchUuid, const char* line);
 

@@ -11,13 +11,15 @@ namespace {
 
 constexpr const char* kName = "BFD";
 
+std::string IdText(const std::string& id) { return BFDSessionIDs::Text(id); }
+
+}  // namespace
+
 // Switch and domain ids are serialized UuidMsgs; a group's is its label.
-std::string IdText(const std::string& id) {
+std::string BFDSessionIDs::Text(const std::string& id) {
     std::string text = UuidBytesToString(id);
     return text.empty() ? id : text;
 }
-
-}  // namespace
 
 const char* BFDSessionIDs::TypeName(uint32_t type) {
     switch (type) {

@@ -20,6 +20,8 @@ struct BFDSessionIDs {
     uint32_t type = LOGICAL_SWITCH;
 
     static const char* TypeName(uint32_t type);
+    // An id as it prints: a switch's or domain's UUID text, a group's label.
+    static std::string Text(const std::string& id);
 };
 
 // The pair of TEPs of a session, and the VTEP group that made it.

@@ -31,10 +31,7 @@ namespace lb = halden::zef::loftdb;
 constexpr uint32_t kLsTypeEvpn = 5;
 constexpr uint32_t kGroupTypeTn = 3;
 
-std::string IdText(const std::string& id) {
-    std::string text = UuidBytesToString(id);
-    return text.empty() ? id : text;
-}
+std::string IdText(const std::string& id) { return BFDSessionIDs::Text(id); }
 
 bool IsNil(const std::string& id) {
     std::optional<Uuid> uuid = Uuid::FromSerialized(id);

@@ -5,17 +5,13 @@
 #include "cli/api/CliJson.h"
 #include "cli/api/CommandRegistry.h"
 #include "frame/AgentLock.h"
-#include "frame/vocabulary/UuidText.h"
 #include "l2/bfd/BFDTableApp.h"
 
 namespace CfgAgent {
 
 namespace {
 
-std::string IdText(const std::string& id) {
-    std::string text = UuidBytesToString(id);
-    return text.empty() ? id : text;
-}
+std::string IdText(const std::string& id) { return BFDSessionIDs::Text(id); }
 
 }  // namespace
 

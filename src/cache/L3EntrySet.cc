@@ -6,6 +6,7 @@
 #include <boost/multi_index/ordered_index.hpp>
 #include <boost/multi_index_container.hpp>
 #include <cstring>
+#include <map>
 #include <tuple>
 #include <unordered_map>
 
@@ -65,10 +66,24 @@ struct L3EntrySet::Rows {
     std::unordered_map<std::string, uint32_t> firstSlot;
     std::vector<Slot> slots;
     std::vector<uint32_t> freeSlots;
+    // Rows per generation: at most two live, and a full sync that confirmed
+    // every row needs no walk for stale ones.
+    std::map<uint32_t, size_t> rowsAt;
+    // The id looked up last, found or not: an object's records come one
+    // after another, and a new object is looked up before it is inserted.
+    mutable std::string lastId;
+    mutable uint32_t lastFirst = kNoSlot;
+    mutable bool lastValid = false;
 
     uint32_t First(const std::string& id) const {
+        if (lastValid && lastId == id) {
+            return lastFirst;
+        }
         auto it = firstSlot.find(id);
-        return it == firstSlot.end() ? kNoSlot : it->second;
+        lastId.assign(id);
+        lastFirst = it == firstSlot.end() ? kNoSlot : it->second;
+        lastValid = true;
+        return lastFirst;
     }
 
     template <typename Fn>
@@ -91,17 +106,26 @@ struct L3EntrySet::Rows {
     }
 
     uint32_t Acquire(const std::string& id, uint32_t objectType) {
-        auto [it, added] = firstSlot.try_emplace(id, kNoSlot);
-        uint32_t slot = it->second;
+        uint32_t slot = First(id);
         while (slot != kNoSlot && slots[slot].objectType != objectType) {
             slot = slots[slot].next;
         }
         if (slot == kNoSlot) {
+            auto it = firstSlot.try_emplace(id, kNoSlot).first;
             slot = NewSlot(&it->first, objectType, it->second);
             it->second = slot;
+            lastFirst = slot;  // First(id) just made it the last id
         }
         ++slots[slot].rows;
         return slot;
+    }
+
+    void Count(uint32_t version, int delta) {
+        auto it = rowsAt.try_emplace(version, 0).first;
+        it->second += delta;
+        if (it->second == 0) {
+            rowsAt.erase(it);
+        }
     }
 
     void Release(uint32_t slot) {
@@ -123,6 +147,7 @@ struct L3EntrySet::Rows {
         }
         slots[slot] = {};
         freeSlots.push_back(slot);
+        lastValid = false;
     }
 
     L3Entry Entry(const Row& row) const {
@@ -131,7 +156,7 @@ struct L3EntrySet::Rows {
     }
 
     template <typename Range>
-    static void Count(Range range, L3EntrySet::Hits& hits) {
+    static void Tally(Range range, L3EntrySet::Hits& hits) {
         for (auto it = range.first; it != range.second && hits.count < 2; ++it) {
             if (hits.count++ == 0) {
                 hits.first = &*it;
@@ -164,13 +189,14 @@ void L3EntrySet::Insert(const std::string& id, uint32_t objectType, uint32_t pro
     row.propertyType = propertyType;
     row.fullSyncVersion = version;
     _rows->container.insert(std::move(row));
+    _rows->Count(version, 1);
     _bytes += id.size() + value.size() + 12;
 }
 
 L3EntrySet::Hits L3EntrySet::Property(const std::string& id, uint32_t propertyType) const {
     Hits hits;
     _rows->ForSlots(id, [&](uint32_t slot, uint32_t objectType) {
-        Rows::Count(_rows->container.equal_range(std::make_tuple(objectType, slot, propertyType)),
+        Rows::Tally(_rows->container.equal_range(std::make_tuple(objectType, slot, propertyType)),
                     hits);
     });
     return hits;
@@ -180,7 +206,7 @@ L3EntrySet::Hits L3EntrySet::Value(const std::string& id, uint32_t propertyType,
                                    std::string_view value) const {
     Hits hits;
     _rows->ForSlots(id, [&](uint32_t slot, uint32_t objectType) {
-        Rows::Count(
+        Rows::Tally(
             _rows->container.equal_range(std::make_tuple(objectType, slot, propertyType, value)),
             hits);
     });
@@ -192,6 +218,8 @@ std::string_view L3EntrySet::ValueOf(const Row* row) {
 }
 
 void L3EntrySet::Confirm(const Row* row, uint32_t version) {
+    _rows->Count(row->fullSyncVersion, -1);
+    _rows->Count(version, 1);
     row->fullSyncVersion = version;
 }
 
@@ -207,12 +235,16 @@ std::string L3EntrySet::Erase(const Row* row) {
     std::string value(row->Value());
     const uint32_t slot = row->slot;
     _bytes -= _rows->slots[slot].id->size() + value.size() + 12;
+    _rows->Count(row->fullSyncVersion, -1);
     _rows->container.erase(_rows->container.iterator_to(*row));
     _rows->Release(slot);
     return value;
 }
 
 void L3EntrySet::EraseAt(uint32_t version, const std::function<void(L3Entry&&)>& erased) {
+    if (_rows->rowsAt.erase(version) == 0) {
+        return;
+    }
     for (auto it = _rows->container.begin(); it != _rows->container.end();) {
         if (it->fullSyncVersion != version) {
             ++it;

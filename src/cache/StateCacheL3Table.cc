@@ -79,10 +79,11 @@ void StateCacheL3Table::TakeDesiredState(RecordPack records, bool isFullSync) {
         ++_fullSyncVersion;
     }
     LoftDBUpdateList changes;
+    // TakeFront sets every field: a record that stays (a confirmation) lends
+    // its buffers to the next one.
     LoftDBUpdateMsg record;
     while (records.TakeFront(record)) {
         Apply(std::move(record), isFullSync, changes);
-        record = LoftDBUpdateMsg();
     }
     if (isFullSync) {
         LoftDBUpdateList stale;

@@ -290,6 +290,11 @@ TEST_F(StateCacheL3TableTest, QueriesFollowTheRowsOfEachKind) {
     std::vector<L3Entry> rows;
     ASSERT_TRUE(table->GetObject(kPort, rows));
     EXPECT_EQ(rows.size(), 2u) << "one id, two object types";
+    table->UpdateDesiredState(
+        {Record(LOG_ROUTER_PORT_CONFIG, kPort, OP_DELETE, INVALID_PROPERTY, {})}, false);
+    lb::LogRouterPortFibDadStateMsg state;
+    EXPECT_TRUE(table->GetFibDadState(kPort, state)) << "the other type of the id stays";
+    EXPECT_TRUE(table->GetRouterPortIds().empty());
     EXPECT_FALSE(table->GetObjectsByType(FIB, L3_FIB_NEXT_HOP, rows));
     EXPECT_TRUE(rows.empty());
 }

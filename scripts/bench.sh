@@ -12,10 +12,10 @@ top=$(cd "$(dirname "$0")/.." && pwd)
 cd "$top"
 bash scripts/setup.sh
 cmake -S . -B build-release -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DZEF_BUILD_TESTS=OFF -DZEF_BUILD_BENCH=ON >/dev/null
-cmake --build build-release --target frame_bench store_bench codec_bench l2_table_bench kcp_floor port_store \
-    overlay_floor overlay_store zef-cfgagent loftdb dpsim zef-proxy-echo
+cmake --build build-release --target frame_bench store_bench codec_bench l2_table_bench l3_table_bench kcp_floor \
+    port_store overlay_floor overlay_store zef-cfgagent loftdb dpsim zef-proxy-echo
 results=$(mktemp -d /tmp/zef-bench-XXXXXX)
-for bench in frame_bench store_bench codec_bench l2_table_bench; do
+for bench in frame_bench store_bench codec_bench l2_table_bench l3_table_bench; do
   "build-release/bench/$bench" --benchmark_out="$results/$bench.json" --benchmark_out_format=json "$@"
 done
 python3 bench/endtoend.py --build build-release --ports "${BENCH_PORTS:-1000,10000,100000}" \

@@ -248,6 +248,7 @@ int Agent::Run(const std::function<void()>& providerStands) {
     auto dispatcher = zef::MakeRef<MsgDispatcher>(updateQueue);
     dispatcher->Register(CONFIGCACHE, zef::RefPtr<Component>(stateCache->ConfigTable()));
     dispatcher->Register(L2CACHE, zef::RefPtr<Component>(stateCache->L2Table()));
+    dispatcher->Register(L3CACHE, zef::RefPtr<Component>(stateCache->L3Table()));
 
     // A malformed list ends the start, whichever applications this build has.
     const boost::property_tree::ptree apps = AgentConfig::Tree().get_child("config.cfgAgent.apps");
@@ -265,6 +266,7 @@ int Agent::Run(const std::function<void()>& providerStands) {
         if (cli) {
             cli->Stop();
         }
+        dispatcher->Unregister(zef::RefPtr<Component>(stateCache->L3Table()));
         stateCacheObserver->Stop();
         dispatcher->Stop();
     });

@@ -18,6 +18,7 @@ void CacheCommands::Register(CommandRegistry& registry) const {
     };
     registry.Add("cfgagent/l2/local", text(&CacheCommands::L2Local));
     registry.Add("cfgagent/l2/remote", text(&CacheCommands::L2Remote));
+    registry.Add("cfgagent/l3/remote", text(&CacheCommands::L3Remote));
     registry.Add("cfgagent/config/local", text(&CacheCommands::ConfigLocal));
     registry.Add("cfgagent/config/remote", text(&CacheCommands::ConfigRemote));
     registry.Add("cfgagent/cache/table", text(&CacheCommands::CacheTable));
@@ -67,6 +68,10 @@ std::string CacheCommands::L2Local() const { return L2LocalRows().Text(); }
 
 std::string CacheCommands::L2Remote() const { return L2RemoteRows().Text(); }
 
+std::string CacheCommands::L3Remote() const {
+    return CacheDump::L3Rows(_stateCache->L3Table()->Rows()).Text();
+}
+
 std::string CacheCommands::ConfigRemote() const {
     auto& table = *_stateCache->ConfigTable();
     const size_t count = table.DesiredCount();
@@ -96,7 +101,7 @@ std::string CacheCommands::CacheTable() const {
         .Put("remote_config_cache", CacheDump::ConfigRows(table.DesiredRows(kMaxDumpRows), true))
         .Put("local_l2_cache", L2LocalRows())
         .Put("remote_l2_cache", L2RemoteRows())
-        .Put("remote_l3_cache", CliJson::Array());
+        .Put("remote_l3_cache", CacheDump::L3Rows(_stateCache->L3Table()->Rows()));
     return all.Text();
 }
 
@@ -104,9 +109,11 @@ std::string CacheCommands::CacheSize() const {
     auto& table = *_stateCache->ConfigTable();
     auto& l2 = *_stateCache->L2Table();
     const std::pair<const char*, size_t> sizes[] = {
-        {"RuntimeConfigCache", table.RuntimeSize()}, {"DesiredConfigCache", table.DesiredSize()},
-        {"RuntimeL2Cache", l2.RuntimeSize()},        {"DesiredL2Cache", l2.DesiredSize()},
-        {"DesiredL3Cache", 0},
+        {"RuntimeConfigCache", table.RuntimeSize()},
+        {"DesiredConfigCache", table.DesiredSize()},
+        {"RuntimeL2Cache", l2.RuntimeSize()},
+        {"DesiredL2Cache", l2.DesiredSize()},
+        {"DesiredL3Cache", _stateCache->L3Table()->DesiredSize()},
     };
     CliJson array = CliJson::Array();
     for (const auto& [name, size] : sizes) {

@@ -24,6 +24,7 @@ public:
 
     std::string L2Local() const;
     std::string L2Remote() const;
+    std::string L3Remote() const;
     std::string ConfigRemote() const;
     std::string ConfigLocal() const;
     std::string ConfigOfType(uint32_t objectType) const;

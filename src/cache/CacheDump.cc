@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <memory>
 
+#include "cache/L3Messages.h"
 #include "frame/vocabulary/ObjectType.h"
 #include "frame/vocabulary/PropertyType.h"
 #include "frame/vocabulary/UuidText.h"
@@ -65,6 +66,16 @@ std::string Ip6Text(const std::string& address) {
 }
 
 long long Number(uint64_t value) { return static_cast<long long>(value); }
+
+// The keys every dump's row begins with.
+CliJson RowOf(const std::string& id, uint32_t objectType, uint32_t version, uint32_t propertyType) {
+    CliJson row = CliJson::Object();
+    row.Put("ObjectID", id)
+        .Put("ObjectType", TypeName(objectType))
+        .Put("FullSyncVersion", static_cast<long long>(version))
+        .Put("PropertyType", std::string(PropertyTypeToString(propertyType)));
+    return row;
+}
 
 // The message an L2 property's value holds.
 std::unique_ptr<google::protobuf::Message> L2Message(uint32_t propertyType) {
@@ -171,11 +182,7 @@ CliJson CacheDump::L2Rows(const std::vector<L2Entry>& rows) {
         const std::string id = entry.objectType == L2_VTEP_GROUP_OBJECT
                                    ? entry.objectId
                                    : UuidBytesToString(entry.objectId);
-        CliJson row = CliJson::Object();
-        row.Put("ObjectID", id)
-            .Put("ObjectType", TypeName(entry.objectType))
-            .Put("FullSyncVersion", static_cast<long long>(entry.fullSyncVersion))
-            .Put("PropertyType", std::string(PropertyTypeToString(entry.propertyType)));
+        CliJson row = RowOf(id, entry.objectType, entry.fullSyncVersion, entry.propertyType);
         std::unique_ptr<google::protobuf::Message> value = L2Message(entry.propertyType);
         if (value && !entry.value.empty() && value->ParseFromString(entry.value)) {
             row.Put("PropertyValue", value->ShortDebugString());
@@ -188,15 +195,24 @@ CliJson CacheDump::L2Rows(const std::vector<L2Entry>& rows) {
     return array;
 }
 
+CliJson CacheDump::L3Rows(const std::vector<L3Entry>& rows) {
+    CliJson array = CliJson::Array();
+    for (const L3Entry& entry : rows) {
+        CliJson row = RowOf(UuidBytesToString(entry.objectId), entry.objectType,
+                            entry.fullSyncVersion, entry.propertyType);
+        row.Put("PropertyValue",
+                L3Messages::Text(entry.objectType, entry.propertyType, entry.value));
+        array.Add(std::move(row));
+    }
+    return array;
+}
+
 CliJson CacheDump::ConfigRows(const std::vector<ConfigEntry>& rows, bool idsAsUuid) {
     CliJson array = CliJson::Array();
     for (const ConfigEntry& entry : rows) {
-        CliJson row = CliJson::Object();
-        row.Put("ObjectID", idsAsUuid ? UuidBytesToString(entry.objectId) : entry.objectId)
-            .Put("ObjectType", TypeName(entry.objectType))
-            .Put("FullSyncVersion", static_cast<long long>(entry.fullSyncVersion))
-            .Put("PropertyType", std::string(PropertyTypeToString(entry.propertyType)))
-            .Put("PropertyValue", ValueText(entry));
+        CliJson row = RowOf(idsAsUuid ? UuidBytesToString(entry.objectId) : entry.objectId,
+                            entry.objectType, entry.fullSyncVersion, entry.propertyType);
+        row.Put("PropertyValue", ValueText(entry));
         array.Add(std::move(row));
     }
     return array;

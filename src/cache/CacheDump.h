@@ -4,6 +4,7 @@
 
 #include "cache/ConfigEntry.h"
 #include "cache/L2Entry.h"
+#include "cache/L3Entry.h"
 #include "cli/api/CliJson.h"
 
 namespace CfgAgent {
@@ -16,6 +17,8 @@ public:
     static CliJson ConfigRows(const std::vector<ConfigEntry>& rows, bool idsAsUuid);
     // With the fields of the entry's message that an operator looks for.
     static CliJson L2Rows(const std::vector<L2Entry>& rows);
+    // An object's row shows its whole message; a property's, its part.
+    static CliJson L3Rows(const std::vector<L3Entry>& rows);
 };
 
 }  // namespace CfgAgent

@@ -2,12 +2,15 @@
 
 #include <gtest/gtest.h>
 
+#include "cli/api/CommandRegistry.h"
 #include "log/LogLevel.h"
 #include "frame/vocabulary/ObjectType.h"
 #include "frame/vocabulary/PropertyType.h"
 #include "frame/vocabulary/UpdateOperation.h"
+#include "frame/vocabulary/UuidText.h"
 #include "loftdb_common.pb.h"
 #include "loftdb_overlay.pb.h"
+#include "loftdb_routing.pb.h"
 
 namespace {
 
@@ -141,6 +144,57 @@ TEST_F(CacheCommandsTest, TableAndSizesHoldTheL2Sides) {
     EXPECT_NE(sizes.find(runtime), std::string::npos) << sizes;
     EXPECT_NE(sizes.find(desired), std::string::npos) << sizes;
     EXPECT_LT(sizes.find("RuntimeL2Cache"), sizes.find("DesiredL2Cache"));
+}
+
+// The routing dump shows each row's message, has no cap, and stands in the
+// all-tables answer and the sizes like the others.
+TEST_F(CacheCommandsTest, L3RowsAreShownWholeBesideTheOtherTables) {
+    namespace lb = halden::zef::loftdb;
+    lb::LogRouterConfigMsg router;
+    router.mutable_id()->ParseFromString(kSwitch);
+    router.set_rtx_id(12);
+    LoftDBUpdateList load = {LoftDBUpdateMsg(LOG_ROUTER_CONFIG, kSwitch, OP_UPDATE,
+                                             INVALID_PROPERTY, router.SerializeAsString())};
+    size_t bytes = kSwitch.size() + load.back().propertyValue.size() + 12;
+    halden::zef::loftdb::UuidMsg fibId;
+    fibId.set_left(3);
+    const std::string fib = fibId.SerializeAsString();
+    for (uint32_t i = 0; i < CacheCommands::kMaxDumpRows; ++i) {
+        lb::FibNextHopMsg hop;
+        hop.mutable_ip()->set_ipv4(0x0a000000 + i);
+        load.emplace_back(FIB, fib, OP_ADD, L3_FIB_NEXT_HOP, hop.SerializeAsString());
+        bytes += fib.size() + load.back().propertyValue.size() + 12;
+    }
+    cache->L3Table()->UpdateDesiredState(load, true);
+
+    CommandRegistry registry;
+    CacheCommands(cache).Register(registry);
+    const CommandRegistry::Handler* remote = registry.Find("cfgagent/l3/remote");
+    ASSERT_NE(remote, nullptr);
+    const std::string dump = (*remote)({}).text;
+    EXPECT_EQ(Rows(dump), CacheCommands::kMaxDumpRows + 1);
+    const std::string fibText = UuidBytesToString(fib);
+    for (const std::string& expected : std::vector<std::string>{
+             R"("ObjectID":"01020304-0506-0708-090a-0b0c0d0e0f10")",
+             R"("ObjectType":"LOG_ROUTER_CONFIG")", R"("PropertyType":"INVALID_PROPERTY")",
+             "rtx_id: 12\"", R"("FullSyncVersion":1)", R"("ObjectType":"FIB")",
+             "\"ObjectID\":\"" + fibText + "\"", R"("PropertyType":"L3_FIB_NEXT_HOP")",
+             R"("PropertyValue":"ip { ipv4: 167772160 }")"}) {
+        EXPECT_NE(dump.find(expected), std::string::npos)
+            << expected << " in " << dump.substr(0, 600);
+    }
+
+    const std::string table = CacheCommands(cache).CacheTable();
+    const size_t l3 = table.find("\"remote_l3_cache\"");
+    ASSERT_NE(l3, std::string::npos);
+    EXPECT_EQ(Rows(table.substr(l3)), CacheCommands::kMaxDumpRows + 1);
+
+    const std::string sizes = CacheCommands(cache).CacheSize();
+    EXPECT_NE(
+        sizes.find("{\"TableName\":\"DesiredL3Cache\",\"Size\":" + std::to_string(bytes) + "}"),
+        std::string::npos)
+        << sizes;
+    EXPECT_LT(sizes.find("DesiredL2Cache"), sizes.find("DesiredL3Cache"));
 }
 
 }  // namespace

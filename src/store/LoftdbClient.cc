@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <chrono>
 #include <set>
+#include <string_view>
 #include <unordered_map>
 
 #include "frame/AgentConfig.h"
@@ -85,9 +86,15 @@ bool Annul(uint32_t earlier, uint32_t later) {
            (earlier == OP_UPDATE && later == OP_DELETE) || (earlier == OP_ADD && later == OP_REMOVE);
 }
 
-std::string MergeKey(const LoftDBUpdateMsg& record) {
-    // Length-prefixed so that no two (id, value) pairs share a key.
-    return std::to_string(record.objectId.size()) + ":" + record.objectId + record.propertyValue;
+// A full load brings millions of entries: they are known by a hash of
+// (id, value), and a hash met twice is checked against the entries.
+uint64_t MergeHash(const LoftDBUpdateMsg& record) {
+    const uint64_t id = std::hash<std::string_view>{}(record.objectId);
+    return id * 0x9E3779B97F4A7C15ull ^ std::hash<std::string_view>{}(record.propertyValue);
+}
+
+bool SameEntry(const LoftDBUpdateMsg& a, const LoftDBUpdateMsg& b) {
+    return a.objectId == b.objectId && a.propertyValue == b.propertyValue;
 }
 
 }  // namespace
@@ -175,14 +182,19 @@ bool LoftdbClient::MergesAtBarrier(ComponentType component) {
     return component == L2CACHE || component == L3CACHE;
 }
 
-void LoftdbClient::Route(const LoftDBUpdateList& records, std::span<const ComponentType> to) {
+void LoftdbClient::Route(LoftDBUpdateList records, std::span<const ComponentType> to) {
     if (records.empty()) {
         return;
     }
     for (ComponentType component : to) {
         if (MergesAtBarrier(component)) {
             LoftDBUpdateList& list = pendingLists[component];
-            list.insert(list.end(), records.begin(), records.end());
+            // The last receiver takes the records themselves.
+            if (component == to.back()) {
+                list.splice(list.end(), records);
+            } else {
+                list.insert(list.end(), records.begin(), records.end());
+            }
         } else if (component == CONFIGCACHE) {
             RouteConfig(records);
         } else {
@@ -228,7 +240,7 @@ void LoftdbClient::MonitorUpdateCB(const MonitorUpdateMsg& update) {
             stage.Passes(records.size());
         }
         StageScope stage(StageClock::Transaction);
-        Route(records, delivery->Receivers());
+        Route(std::move(records), delivery->Receivers());
     }
     if (row->startsCradleVifWatch) {
         RegisterCradleVifMonitor();
@@ -250,15 +262,19 @@ void LoftdbClient::StoreWaitEnded() {
 }
 
 void LoftdbClient::Merge(LoftDBUpdateList& list) {
-    std::unordered_map<std::string, LoftDBUpdateList::iterator> seen;
+    using Seen = std::unordered_multimap<uint64_t, LoftDBUpdateList::iterator>;
+    Seen seen;
+    seen.reserve(list.size());
     for (auto it = list.begin(); it != list.end();) {
         if (!IsFibLike(it->objectType)) {
             ++it;
             continue;
         }
-        const std::string key = MergeKey(*it);
-        auto earlier = seen.find(key);
-        if (earlier != seen.end() && Annul(earlier->second->operation, it->operation)) {
+        const uint64_t hash = MergeHash(*it);
+        auto [first, last] = seen.equal_range(hash);
+        auto earlier = std::find_if(first, last, [&](const Seen::value_type& entry) { return SameEntry(*entry.second, *it); });
+        const bool known = earlier != last;
+        if (known && Annul(earlier->second->operation, it->operation)) {
             CFG_LOG(LL_DEBUG, "LoftdbClient: merge %1 msg (object id %2) property %3: %4",
                     ObjTypeToString(it->objectType), UuidBytesToString(it->objectId),
                     PropertyTypeToString(it->propertyType), google::protobuf::CEscape(it->propertyValue));
@@ -267,7 +283,7 @@ void LoftdbClient::Merge(LoftDBUpdateList& list) {
             it = list.erase(it);
             continue;
         }
-        if (earlier != seen.end() && earlier->second->operation == it->operation) {
+        if (known && earlier->second->operation == it->operation) {
             CFG_LOG(LL_ERROR,
                     "LoftdbClient: find the same loftdb update %1 msg (object id %2) property %3 "
                     "operation %4: %5",
@@ -276,7 +292,11 @@ void LoftdbClient::Merge(LoftDBUpdateList& list) {
                     google::protobuf::CEscape(it->propertyValue))
                 .Tag("errorCode:LCP00028");
         }
-        seen[key] = it;
+        if (known) {
+            earlier->second = it;
+        } else {
+            seen.emplace(hash, it);
+        }
         ++it;
     }
 }

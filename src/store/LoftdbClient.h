@@ -81,7 +81,7 @@ public:
 private:
     void RegisterMonitors();
     // Files a decoded update's records with each receiver.
-    void Route(const LoftDBUpdateList& records, std::span<const ComponentType> to);
+    void Route(LoftDBUpdateList records, std::span<const ComponentType> to);
     void RouteConfig(const LoftDBUpdateList& records);
     // The config cache's share at the barrier: deletes, then the rest.
     void CloseConfigShare();

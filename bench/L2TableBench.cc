@@ -3,11 +3,11 @@
 // the floor of decoding the same updates alone, and what the table weighs.
 
 #include <benchmark/benchmark.h>
-#include <malloc.h>
 
 #include <chrono>
 #include <vector>
 
+#include "TableMeasure.h"
 #include "cache/StateCacheL2Table.h"
 #include "frame/vocabulary/ObjectType.h"
 #include "log/LogLevel.h"
@@ -21,7 +21,9 @@
 namespace {
 
 using namespace halden::zef::loftdb;
-using Clock = std::chrono::steady_clock;
+using Bench::Clock;
+using Bench::HeapInUse;
+using Bench::Seconds;
 using zef::loftdb::OpReflection;
 
 // A switch's FIB as the store replays it: the key set, each entry appended.
@@ -53,15 +55,6 @@ MonitorUpdateMsg SwitchFib(uint32_t vni, int vteps, int macs) {
     update.set_object_body(fib.SerializeAsString());
     update.set_op_body(op.SerializeAsString());
     return update;
-}
-
-size_t HeapInUse() {
-    const struct mallinfo2 info = mallinfo2();
-    return info.uordblks + info.hblkhd;
-}
-
-double Seconds(Clock::time_point begin) {
-    return std::chrono::duration<double>(Clock::now() - begin).count();
 }
 
 void BM_L2FullLoad(benchmark::State& state) {

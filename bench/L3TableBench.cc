@@ -4,11 +4,11 @@
 // same updates alone, and what the table weighs.
 
 #include <benchmark/benchmark.h>
-#include <malloc.h>
 
 #include <chrono>
 #include <vector>
 
+#include "TableMeasure.h"
 #include "cache/StateCacheL3Table.h"
 #include "frame/vocabulary/ObjectType.h"
 #include "frame/vocabulary/RecordPack.h"
@@ -23,7 +23,9 @@
 namespace {
 
 using namespace halden::zef::loftdb;
-using Clock = std::chrono::steady_clock;
+using Bench::Clock;
+using Bench::HeapInUse;
+using Bench::Seconds;
 using zef::loftdb::OpReflection;
 
 constexpr uint32_t kRouters = 64;
@@ -55,15 +57,6 @@ MonitorUpdateMsg Route(uint32_t n, int hops) {
     update.set_object_body(fib.SerializeAsString());
     update.set_op_body(op.SerializeAsString());
     return update;
-}
-
-size_t HeapInUse() {
-    const struct mallinfo2 info = mallinfo2();
-    return info.uordblks + info.hblkhd;
-}
-
-double Seconds(Clock::time_point begin) {
-    return std::chrono::duration<double>(Clock::now() - begin).count();
 }
 
 // What the store client hands the table at the barrier.

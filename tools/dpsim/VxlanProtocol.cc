@@ -53,6 +53,18 @@ void AddUpdates(const std::vector<std::vector<uint8_t>>& row,
     }
 }
 
+// What the module tells the agent of its own tables, which stands whether
+// or not an agent is there to hear it.
+template <typename Codec, typename Update>
+LinkProtocol::CommandResult Reported(const Update& update) {
+    LinkProtocol::CommandResult result;
+    result.keepsState = true;
+    std::vector<uint8_t> tlv;
+    Codec::Build(update, tlv);
+    AddUpdates({tlv}, result.messages);
+    return result;
+}
+
 }  // namespace
 
 DecodedMessage VxlanProtocol::Decode(std::span<const uint8_t> message) const {
@@ -278,12 +290,7 @@ LinkProtocol::CommandResult VxlanProtocol::Mac(const std::vector<std::string>& w
         }
         update.removed.push_back(entry);
     }
-    CommandResult result;
-    result.keepsState = true;
-    std::vector<uint8_t> tlv;
-    VxlanMacUpdateCodec::Build(update, tlv);
-    AddUpdates({tlv}, result.messages);
-    return result;
+    return Reported<VxlanMacUpdateCodec>(update);
 }
 
 LinkProtocol::CommandResult VxlanProtocol::LocalVtep(const std::vector<std::string>& words) {
@@ -308,12 +315,7 @@ LinkProtocol::CommandResult VxlanProtocol::LocalVtep(const std::vector<std::stri
         vni->localVteps.erase(key);
         update.removed.push_back(entry);
     }
-    CommandResult result;
-    result.keepsState = true;
-    std::vector<uint8_t> tlv;
-    VxlanVtepUpdateCodec::Build(update, tlv);
-    AddUpdates({tlv}, result.messages);
-    return result;
+    return Reported<VxlanVtepUpdateCodec>(update);
 }
 
 LinkProtocol::CommandResult VxlanProtocol::Arp(const std::vector<std::string>& words) {
@@ -344,12 +346,7 @@ LinkProtocol::CommandResult VxlanProtocol::Arp(const std::vector<std::string>& w
         }
         update.removed.push_back(entry);
     }
-    CommandResult result;
-    result.keepsState = true;
-    std::vector<uint8_t> tlv;
-    VxlanIpUpdateCodec::Build(update, tlv);
-    AddUpdates({tlv}, result.messages);
-    return result;
+    return Reported<VxlanIpUpdateCodec>(update);
 }
 
 LinkProtocol::CommandResult VxlanProtocol::Query(const std::vector<std::string>& words) const {

@@ -1083,6 +1083,10 @@ void L2App::AddSwitchRow(const LoftDBUpdateMsg& row, uint32_t vni, uint32_t swit
 void L2App::AddDomainRow(const LoftDBUpdateMsg& row, bool isDelete, Batch& batch) {
     const bool global = IsNilDomain(row.objectId);
     uint32_t switchId = kNoSwitchId;
+    if (!global && !_routingDomains.contains(row.objectId)) {
+        CFG_LOG(LL_DEBUG, "%1: routing domain %2 isn't configured yet", kName, IdText(row.objectId));
+        return;
+    }
     if (global ? !GlobalInstance(switchId) : !SwitchIdOfRoutingDomain(row.objectId, switchId)) {
         CFG_LOG(LL_DEBUG, "%1: could not find switchID for RoutingDomain", kName);
         return;
@@ -1551,7 +1555,7 @@ void L2App::Detach(const std::string& switchUuid, const std::string& domain) {
                         "domain %3",
                         kName, IdText(domain), false);
                 _l2Table->RemoveLocalObject(domain);
-                _vtepGroups.ForgetUser(domain);
+                ReleaseDomainGroups(domain, entry.switchId);
                 Send(VxlanControlCodec::BuildRdMembership({entry.switchId, VXLAN_LEAVE, DomainBytes(domain), 0}),
                      LL_INFO);
                 CFG_LOG(LL_INFO, "%1: Delete the routingDomain ID %2", kName, IdText(domain));
@@ -1563,6 +1567,20 @@ void L2App::Detach(const std::string& switchUuid, const std::string& domain) {
     if (VniOfSwitch(switchUuid, vni)) {
         SendRoutingDomainItem(vni, VxlanUuid{});
     }
+}
+
+// A deleted domain's uses of transport node groups go as a switch's would.
+void L2App::ReleaseDomainGroups(const std::string& domain, uint32_t switchId) {
+    L2TlvBatch batch;
+    for (uint32_t label : _vtepGroups.LabelsOf(domain)) {
+        if (!L2VtepGroups::IsTransportNodeLabel(label)) {
+            continue;
+        }
+        CFG_LOG(LL_INFO, "%1: RD(%2)/VG(%3) is to be unrefed after RD is deleted", kName, IdText(domain), label);
+        _vtepGroups.Disassociate(domain, {true, switchId, 0, DomainBytes(domain), true, label}, batch);
+    }
+    SendBatch(batch);
+    _vtepGroups.ForgetUser(domain);
 }
 
 void L2App::SendRoutingDomainId(const std::string& switchUuid, const std::string& domain) {

@@ -170,6 +170,7 @@ private:
     // Routing domains.
     void Attach(const std::string& switchUuid, const std::string& domain, LoftDBUpdateList& runtime);
     void Detach(const std::string& switchUuid, const std::string& domain);
+    void ReleaseDomainGroups(const std::string& domain, uint32_t switchId);
     void WriteLocalRdVteps(const std::string& domain, uint32_t switchId, LoftDBUpdateList& runtime);
     void SendRoutingDomainId(const std::string& switchUuid, const std::string& domain);
     void SendRoutingDomainItem(uint32_t vni, const VxlanUuid& domain);

@@ -179,6 +179,16 @@ void L2VtepGroups::ForgetUser(const std::string& user) {
     }
 }
 
+std::vector<uint32_t> L2VtepGroups::LabelsOf(const std::string& user) const {
+    std::vector<uint32_t> labels;
+    for (const auto& [label, group] : _groups) {
+        if (group.users.contains(user)) {
+            labels.push_back(label);
+        }
+    }
+    return labels;
+}
+
 void L2VtepGroups::ForgetUsers() {
     for (auto it = _groups.begin(); it != _groups.end();) {
         auto next = std::next(it);

@@ -4,6 +4,7 @@
 #include <map>
 #include <set>
 #include <string>
+#include <vector>
 
 #include "frame/vocabulary/LoftDBUpdateMsg.h"
 #include "l2/codec/VxlanGroupAssociation.h"
@@ -38,6 +39,8 @@ public:
     bool Disassociate(const std::string& user, VxlanGroupAssociation association, L2TlvBatch& batch);
     // The kernel dropped what a user had, or everything: nothing to send.
     void ForgetUser(const std::string& user);
+    // The groups a switch or domain uses.
+    std::vector<uint32_t> LabelsOf(const std::string& user) const;
     void ForgetUsers();
     // The group as an update, for a switch's full sync; false when unknown.
     bool AddGroupTlv(uint32_t label, L2TlvBatch& batch) const;

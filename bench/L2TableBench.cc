@@ -89,17 +89,8 @@ void BM_L2FullLoad(benchmark::State& state) {
         table->UpdateDesiredState(records, true);
         const double replay = Seconds(replayBegin);
 
-        state.SetIterationTime(load);
-        const auto rows = static_cast<double>(table->DesiredCount());
-        state.counters["records"] = static_cast<double>(records.size());
-        state.counters["rows"] = rows;
-        state.counters["decode_floor_s"] = decode;
-        state.counters["load_s"] = load;
-        state.counters["load/floor"] = load / decode;
-        state.counters["replay_s"] = replay;
-        state.counters["account_MB"] = static_cast<double>(table->DesiredSize()) / 1e6;
-        state.counters["heap_MB"] = static_cast<double>(heap) / 1e6;
-        state.counters["heap_B/row"] = static_cast<double>(heap) / rows;
+        Bench::Report(state, {static_cast<double>(records.size()), static_cast<double>(table->DesiredCount()), decode,
+                              load, replay, static_cast<double>(table->DesiredSize()), static_cast<double>(heap)});
     }
 }
 BENCHMARK(BM_L2FullLoad)

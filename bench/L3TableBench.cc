@@ -99,17 +99,8 @@ void BM_L3FullLoad(benchmark::State& state) {
         table->TakeDesiredState(std::move(again), true);
         const double replay = Seconds(replayBegin);
 
-        state.SetIterationTime(load);
-        const auto rows = static_cast<double>(table->Count());
-        state.counters["records"] = count;
-        state.counters["rows"] = rows;
-        state.counters["decode_floor_s"] = decode;
-        state.counters["load_s"] = load;
-        state.counters["load/floor"] = load / decode;
-        state.counters["replay_s"] = replay;
-        state.counters["account_MB"] = static_cast<double>(table->DesiredSize()) / 1e6;
-        state.counters["heap_MB"] = static_cast<double>(heap) / 1e6;
-        state.counters["heap_B/row"] = static_cast<double>(heap) / rows;
+        Bench::Report(state, {static_cast<double>(count), static_cast<double>(table->Count()), decode, load, replay,
+                              static_cast<double>(table->DesiredSize()), static_cast<double>(heap)});
     }
 }
 BENCHMARK(BM_L3FullLoad)

@@ -1,0 +1,29 @@
+#pragma once
+
+#include <cstddef>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "l3/codec/RtxDadReport.h"
+#include "l3/codec/RtxGlobal.h"
+
+namespace CfgAgent {
+
+// The fixed entries: the global settings, whose MTU and ARP limit are in
+// the host's byte order, and the kernel's DAD report.
+class RtxEntryCodec {
+public:
+    static constexpr size_t kGlobalLength = 15;
+    static constexpr size_t kDadReportMin = 85;
+
+    // `RTXGlobalUpdatePB2TLV`; a default `RtxGlobal` is what a delete sends.
+    static std::vector<uint8_t> BuildGlobal(const RtxGlobal& global);
+    static std::string ReadGlobal(std::span<const uint8_t> entry, RtxGlobal& global);
+
+    // Entry 28, read by `RTXDadStatusUpdateTLV2PB`.
+    static std::vector<uint8_t> BuildDadReport(const RtxDadReport& report);
+    static std::string ReadDadReport(std::span<const uint8_t> entry, RtxDadReport& report);
+};
+
+}  // namespace CfgAgent

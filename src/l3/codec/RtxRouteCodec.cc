@@ -12,6 +12,7 @@ namespace {
 
 constexpr size_t kRouteAt = 12;
 constexpr uint8_t kNextHopBlock = 3;
+constexpr uint16_t kNextHopEntry = 20;
 
 size_t AddressSize(bool ipv6) { return ipv6 ? 16 : 4; }
 uint8_t Family(bool ipv6) { return ipv6 ? RTX_FAMILY_IPV6 : RTX_FAMILY_IPV4; }
@@ -71,6 +72,67 @@ std::vector<uint8_t> RtxRouteCodec::BuildDelete(const RtxRoute& route) {
     at[15] = route.prefixLength;
     std::copy_n(route.destination.begin(), AddressSize(route.ipv6), at + 16);
     return entry;
+}
+
+bool RtxRouteCodec::BuildNextHopUpdate(const RtxRoute& route, const std::vector<RtxNextHop>& removed,
+                                       std::vector<uint8_t>& entry) {
+    const size_t length = NextHopUpdateLength(route.ipv6, route.nextHops.size() + removed.size());
+    if (length > Tlv::kMaxLength || route.nextHops.size() > 255 || removed.size() > 255) {
+        return false;
+    }
+    entry.assign(length, 0);
+    uint8_t* at = entry.data();
+    Tlv::WriteHeader(at, kNextHopEntry, length);
+    PutHead(at, route.rtxId, 1, 0);
+    at[12] = static_cast<uint8_t>(length - kRouteAt);
+    at[13] = Family(route.ipv6);
+    at[14] = 1;
+    at[15] = route.prefixLength;
+    at[16] = static_cast<uint8_t>(route.nextHops.size());
+    at[17] = static_cast<uint8_t>(removed.size());
+    std::copy_n(route.destination.begin(), AddressSize(route.ipv6), at + 20);
+    uint8_t* hop = at + 20 + AddressSize(route.ipv6);
+    for (const RtxNextHop& next : route.nextHops) {
+        hop = PutHop(hop, next, route.ipv6);
+    }
+    for (RtxNextHop next : removed) {
+        next.egress.clear();
+        hop = PutHop(hop, next, route.ipv6);
+    }
+    return true;
+}
+
+std::string RtxRouteCodec::ReadNextHopUpdate(std::span<const uint8_t> entry, RtxRoute& route,
+                                             std::vector<RtxNextHop>& removed) {
+    if (entry.size() < 24 || BigEndian::Get16(entry.data()) != kNextHopEntry ||
+        BigEndian::Get16(entry.data() + 2) != entry.size()) {
+        return "not a whole next hop entry";
+    }
+    const uint8_t* at = entry.data();
+    if (at[13] != RTX_FAMILY_IPV4 && at[13] != RTX_FAMILY_IPV6) {
+        return "family " + std::to_string(at[13]);
+    }
+    route = RtxRoute{};
+    route.rtxId = BigEndian::Get32(at + 4);
+    route.ipv6 = at[13] == RTX_FAMILY_IPV6;
+    route.prefixLength = at[15];
+    const size_t added = at[16];
+    const size_t taken = at[17];
+    if (entry.size() != NextHopUpdateLength(route.ipv6, added + taken)) {
+        return std::to_string(added + taken) + " next hops in " + std::to_string(entry.size()) + " bytes";
+    }
+    const size_t address = AddressSize(route.ipv6);
+    std::copy_n(at + 20, address, route.destination.begin());
+    removed.clear();
+    const uint8_t* hop = at + 20 + address;
+    for (size_t i = 0; i < added + taken; ++i, hop += route.ipv6 ? kHopV6 : kHopV4) {
+        RtxNextHop next;
+        next.type = hop[0];
+        next.egress = FixedText::Read(hop + 1, RTX_NAME_LEN);
+        std::copy_n(hop + 66, address, next.address.begin());
+        (i < added ? route.nextHops : removed).push_back(next);
+    }
+    return {};
 }
 
 std::string RtxRouteCodec::Read(std::span<const uint8_t> entry, RtxRoute& route, bool& removed) {

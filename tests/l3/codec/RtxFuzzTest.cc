@@ -5,6 +5,8 @@
 #include "l3/codec/RtxControlCodec.h"
 #include "l3/codec/RtxDump.h"
 #include "l3/codec/RtxEntryCodec.h"
+#include "l3/codec/RtxLifCodec.h"
+#include "l3/codec/RtxTableCodec.h"
 #include "l3/codec/RtxRouteCodec.h"
 
 namespace L3Test {
@@ -26,6 +28,20 @@ TEST(RtxFuzzTest, ReadersHoldTheirBoundsOnRandomAndMutatedInput) {
     seeds.push_back(RtxControlCodec::BuildFlush(1, RTX_FLUSH_ALL_FIB));
     seeds.push_back(RtxEntryCodec::BuildDadReport({"lif", {}, 1, "v"}));
     seeds.push_back(RtxEntryCodec::BuildGlobal({}));
+    RtxLif lif;
+    lif.ips.resize(2);
+    lif.dhcpServers.resize(1);
+    lif.ndra.emplace();
+    lif.ndra->domains.resize(1);
+    lif.policyGroups.push_back({1, {{}, {}}});
+    lif.ndraSubnets.push_back({1, 2, {{true, 64, {}}}});
+    std::vector<uint8_t> lifEntry;
+    RtxLifCodec::BuildAdd(lif, lifEntry);
+    seeds.push_back(lifEntry);
+    std::vector<uint8_t> arp;
+    RtxTableCodec::BuildArpTable({1, "l", {{}}, {{}}}, arp);
+    seeds.push_back(arp);
+    seeds.push_back(RtxTableCodec::BuildBridgeAdd({}));
     for (int round = 0; round < 20000; ++round) {
         std::vector<uint8_t> bytes = seeds[round % seeds.size()];
         const int mutations = 1 + static_cast<int>(random() % 4);
@@ -56,6 +72,20 @@ TEST(RtxFuzzTest, ReadersHoldTheirBoundsOnRandomAndMutatedInput) {
             EXPECT_TRUE(removed || again.size() == bytes.size());
         }
         RtxEntryCodec::ReadGlobal(bytes, global);
+        RtxLif readLif;
+        if (RtxLifCodec::Read(bytes, readLif, removed).empty() && !removed) {
+            std::vector<uint8_t> again;
+            ASSERT_TRUE(RtxLifCodec::BuildAdd(readLif, again));
+            EXPECT_EQ(again.size(), bytes.size());
+        }
+        RtxArpTable table;
+        RtxTableCodec::ReadArpTable(bytes, table);
+        RtxBridgeEndpoint endpoint;
+        RtxTableCodec::ReadBridge(bytes, endpoint, removed);
+        RtxPrefixList list;
+        RtxTableCodec::ReadPrefixList(bytes, list);
+        std::vector<RtxNextHop> taken;
+        RtxRouteCodec::ReadNextHopUpdate(bytes, read, taken);
         RtxEntryCodec::ReadDadReport(bytes, report);
         EXPECT_LE(RtxDump::Render(bytes).size(), RtxDump::kMaxText);
     }

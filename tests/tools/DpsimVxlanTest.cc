@@ -15,13 +15,7 @@
 #include <thread>
 #include <vector>
 
-#include "ControlServer.h"
-#include "JsonPtr.h"
-#include "ReceivedMessages.h"
-#include "Simulator.h"
-#include "dplink/DataplaneTaklink.h"
-#include "frame/WorkGroup.h"
-#include "host/HostPaths.h"
+#include "LinkedSimulator.h"
 #include "l2/codec/VxlanConfigureCodec.h"
 #include "l2/codec/VxlanControlCodec.h"
 #include "l2/codec/VxlanGroupAssociationCodec.h"
@@ -44,87 +38,18 @@ using namespace CfgAgent;
 using Dpsim::JsonPtr;
 using Message = std::vector<uint8_t>;
 
-constexpr auto kBound = 20s;
 constexpr uint32_t kSession = 0x9E3779B1;
 constexpr const char* kLink = "zef_ovl2_taklink";
 const VxlanMac kLearned{0x00, 0x50, 0x56, 0x00, 0x00, 0x01};
 const VxlanMac kRemote{0x00, 0x50, 0x56, 0x00, 0x00, 0x02};
 const VxlanMac kOther{0x00, 0x50, 0x56, 0x00, 0x00, 0x03};
 
-using Received = zef::test::ReceivedMessages;
+using zef::test::Item;
+using zef::test::Text;
 
-const cJSON* Item(const cJSON* object, const char* key) {
-    return cJSON_GetObjectItemCaseSensitive(object, key);
-}
-
-std::string Text(const cJSON* object, const char* key) {
-    const cJSON* item = Item(object, key);
-    return cJSON_IsString(item) ? item->valuestring : "<absent>";
-}
-
-class DpsimVxlanTest : public ::testing::Test {
+class DpsimVxlanTest : public zef::test::LinkedSimulator {
 protected:
-    void SetUp() override {
-        _savedConsole = LogLevel::console.exchange(0);
-        char root[] = "/tmp/dpsimvxXXXXXX";
-        ASSERT_NE(mkdtemp(root), nullptr);
-        _root = root;
-        _recordPath = _root + "/record.jsonl";
-        setenv(HostPaths::kRootVariable, _root.c_str(), 1);
-        WorkGroup::SetThreadCounts({1, 8});
-        WorkGroup::Start(_registry);
-        _simulator = std::make_unique<Dpsim::Simulator>(std::vector<std::string>{":vxlan"},
-                                                        _recordPath);
-        std::string error;
-        ASSERT_TRUE(_simulator->Start(error)) << error;
-        _controlPath = _root + "/control";
-        _control = std::make_unique<Dpsim::ControlServer>(_controlPath, *_simulator);
-        ASSERT_TRUE(_control->Start(error)) << error;
-    }
-
-    void TearDown() override {
-        if (_link) {
-            _link->stop();
-            _link.reset();
-        }
-        WorkGroup::Stop();
-        _control.reset();
-        _simulator.reset();
-        unsetenv(HostPaths::kRootVariable);
-        std::error_code ignored;
-        std::filesystem::remove_all(_root, ignored);
-        LogLevel::console.store(_savedConsole);
-    }
-
-    void OpenLink() {
-        auto received = _received;
-        auto link = zef::MakeRef<DataplaneTaklink>(
-            kLink,
-            [received](const unsigned char* data, int length) { received->OnData(data, length); },
-            [received](DataplaneLink*, DataplaneLink::LinkStatus status) {
-                received->OnStatus(status);
-            },
-            nullptr, 4096);
-        _link = zef::RefPtr<DataplaneLink>(link.get());
-        ASSERT_TRUE(_link->open());
-        ASSERT_TRUE(_received->WaitUp());
-        const auto deadline = std::chrono::steady_clock::now() + kBound;
-        while (std::chrono::steady_clock::now() < deadline) {
-            JsonPtr status = Ask("status");
-            const cJSON* first = cJSON_GetArrayItem(Item(status.get(), "links"), 0);
-            if (cJSON_IsTrue(Item(first, "connected"))) {
-                return;
-            }
-            std::this_thread::sleep_for(5ms);
-        }
-        FAIL() << "the simulator never saw the agent";
-    }
-
-    void Send(const Message& message) {
-        auto* block = static_cast<unsigned char*>(std::malloc(message.size()));
-        std::memcpy(block, message.data(), message.size());
-        ASSERT_TRUE(_link->send(block, static_cast<int>(message.size())));
-    }
+    DpsimVxlanTest() : LinkedSimulator(":vxlan", kLink) {}
 
     // The module answers a State query after all that came before it, so
     // its answer marks everything sent before as handled.
@@ -137,49 +62,6 @@ protected:
                   "");
         return outOfSync;
     }
-
-    JsonPtr Ask(const std::string& command) {
-        std::string answer;
-        std::string error;
-        EXPECT_TRUE(Dpsim::ControlServer::Request(_controlPath, command, answer, error)) << error;
-        JsonPtr json(cJSON_Parse(answer.c_str()));
-        EXPECT_NE(json, nullptr) << answer;
-        return json;
-    }
-
-    static bool Ok(const JsonPtr& answer) { return cJSON_IsTrue(Item(answer.get(), "ok")); }
-
-    // The module's tables, as `ports` gives them.
-    JsonPtr Tables() { return Ask(std::string("ports ") + kLink); }
-    static const cJSON* Of(const JsonPtr& tables) {
-        return cJSON_GetArrayItem(Item(tables.get(), "links"), 0);
-    }
-
-    // The errors of the agent's messages, in the order they were recorded.
-    std::vector<std::string> Refusals() {
-        std::vector<std::string> errors;
-        std::ifstream file(_recordPath);
-        for (std::string text; std::getline(file, text);) {
-            JsonPtr line(cJSON_Parse(text.c_str()));
-            EXPECT_NE(line, nullptr) << text;
-            if (line && Text(line.get(), "dir") == "in" && Item(line.get(), "error") != nullptr) {
-                errors.push_back(Text(line.get(), "error"));
-            }
-        }
-        return errors;
-    }
-
-    std::string _root;
-    std::string _recordPath;
-    std::string _controlPath;
-    std::unique_ptr<Dpsim::Simulator> _simulator;
-    std::unique_ptr<Dpsim::ControlServer> _control;
-    std::shared_ptr<Received> _received = std::make_shared<Received>();
-    zef::RefPtr<DataplaneLink> _link;
-
-private:
-    int _savedConsole = 0;
-    zef::metrics::MetricsRegistry _registry;
 };
 
 Message Update(const std::vector<Message>& row) {

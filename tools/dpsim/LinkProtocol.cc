@@ -1,6 +1,7 @@
 #include "LinkProtocol.h"
 
 #include "KcpProtocol.h"
+#include "RtxProtocol.h"
 #include "SwsecProtocol.h"
 #include "VxlanProtocol.h"
 
@@ -15,6 +16,9 @@ std::unique_ptr<LinkProtocol> LinkProtocol::Create(const std::string& name) {
     }
     if (name == "vxlan") {
         return std::make_unique<VxlanProtocol>();
+    }
+    if (name == "rtx") {
+        return std::make_unique<RtxProtocol>();
     }
     return nullptr;
 }

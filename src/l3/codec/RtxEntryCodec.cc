@@ -55,6 +55,24 @@ std::string RtxEntryCodec::ReadGlobal(std::span<const uint8_t> entry, RtxGlobal&
     return {};
 }
 
+std::vector<uint8_t> RtxEntryCodec::BuildInstanceReport(uint32_t rtxId, uint8_t change) {
+    std::vector<uint8_t> entry(kInstanceReportLength, 0);
+    Tlv::WriteHeader(entry.data(), RTX_ENTRY_INSTANCE_REPORT, kInstanceReportLength);
+    BigEndian::Put32(entry.data() + 20, rtxId);
+    entry[24] = change;
+    return entry;
+}
+
+std::string RtxEntryCodec::ReadInstanceReport(std::span<const uint8_t> entry, uint32_t& rtxId, uint8_t& change) {
+    std::string reason = WholeEntry(entry, RTX_ENTRY_INSTANCE_REPORT);
+    if (!reason.empty() || entry.size() < kInstanceReportLength) {
+        return reason.empty() ? "an instance report of " + std::to_string(entry.size()) + " bytes" : reason;
+    }
+    rtxId = BigEndian::Get32(entry.data() + 20);
+    change = entry[24];
+    return {};
+}
+
 std::vector<uint8_t> RtxEntryCodec::BuildDadReport(const RtxDadReport& report) {
     std::vector<uint8_t> entry(kDadReportMin + report.version.size(), 0);
     Tlv::WriteHeader(entry.data(), RTX_ENTRY_DAD_REPORT, entry.size());

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <span>
 #include <string>
 #include <vector>
@@ -20,6 +21,12 @@ public:
     // `RTXGlobalUpdatePB2TLV`; a default `RtxGlobal` is what a delete sends.
     static std::vector<uint8_t> BuildGlobal(const RtxGlobal& global);
     static std::string ReadGlobal(std::span<const uint8_t> entry, RtxGlobal& global);
+
+    // Entry 3, from the kernel: a router joined, left (1) or asks for a
+    // full sync (2); `RTX_ALL_ROUTERS` asks for every router.
+    static constexpr size_t kInstanceReportLength = 25;
+    static std::vector<uint8_t> BuildInstanceReport(uint32_t rtxId, uint8_t change);
+    static std::string ReadInstanceReport(std::span<const uint8_t> entry, uint32_t& rtxId, uint8_t& change);
 
     // Entry 28, read by `RTXDadStatusUpdateTLV2PB`.
     static std::vector<uint8_t> BuildDadReport(const RtxDadReport& report);

@@ -2,9 +2,15 @@
 // update records, and the KCP messages the agent builds for ports, built and
 // parsed as the simulator parses them. On the overlay road: VXLAN Updates of
 // MAC and VTEP entries, built and parsed, beside the same bytes written and
-// read in one plain loop.
+// read in one plain loop. On the routing road: RTX route adds built, and
+// taken by the simulator's router module, beside the same bytes copied.
 
 #include <benchmark/benchmark.h>
+
+#include "RtxTables.h"
+#include "l3/codec/RtxBatch.h"
+#include "l3/codec/RtxControlCodec.h"
+#include "l3/codec/RtxRouteCodec.h"
 
 #include <cstring>
 #include <string>
@@ -362,5 +368,98 @@ void BM_FloorVxlanVtepUpdate(benchmark::State& state) {
     EntryRates(state);
 }
 BENCHMARK(BM_FloorVxlanVtepUpdate)->ArgName("entries")->Arg(1)->Arg(71);
+
+// RTX: route adds built by the codec and taken by the simulator's router
+// module, beside the same bytes copied in one loop.
+CfgAgent::RtxRoute RtxRouteOf(size_t index, size_t hops) {
+    CfgAgent::RtxRoute route;
+    route.rtxId = 7;
+    route.prefixLength = 32;
+    route.destination = {10, static_cast<uint8_t>(index >> 16), static_cast<uint8_t>(index >> 8),
+                         static_cast<uint8_t>(index)};
+    for (size_t h = 0; h < hops; ++h) {
+        route.nextHops.push_back({1, "uplink-1", {192, 168, 0, static_cast<uint8_t>(h + 1)}});
+    }
+    return route;
+}
+
+void RouteRates(benchmark::State& state, size_t routes) {
+    state.counters["routes/s"] =
+        benchmark::Counter(static_cast<double>(state.iterations() * routes), benchmark::Counter::kIsRate);
+}
+
+constexpr size_t kRtxRoutes = 1000;
+
+void BM_BuildRtxRouteAdd(benchmark::State& state) {
+    const size_t hops = static_cast<size_t>(state.range(0));
+    std::vector<CfgAgent::RtxRoute> routes;
+    for (size_t i = 0; i < kRtxRoutes; ++i) {
+        routes.push_back(RtxRouteOf(i, hops));
+    }
+    Message entry;
+    for (auto _ : state) {
+        for (const CfgAgent::RtxRoute& route : routes) {
+            CfgAgent::RtxRouteCodec::BuildAdd(route, entry);
+            benchmark::DoNotOptimize(entry.data());
+        }
+    }
+    RouteRates(state, kRtxRoutes);
+}
+BENCHMARK(BM_BuildRtxRouteAdd)->ArgName("hops")->Arg(1)->Arg(8);
+
+// The module taking UPDATEs of routes of a known router.
+void BM_ApplyRtxRouteAdds(benchmark::State& state) {
+    const size_t hops = static_cast<size_t>(state.range(0));
+    CfgAgent::RtxBatch batch;
+    std::vector<Message> updates;
+    for (size_t i = 0; i < kRtxRoutes; ++i) {
+        Message entry;
+        CfgAgent::RtxRouteCodec::BuildAdd(RtxRouteOf(i, hops), entry);
+        batch.Add(entry);
+        for (Message& flushed : batch.TakeFlushed()) {
+            updates.push_back(std::move(flushed));
+        }
+    }
+    Message last;
+    if (batch.Flush(last)) {
+        updates.push_back(std::move(last));
+    }
+    Dpsim::RtxTables tables;
+    tables.Apply(CfgAgent::RtxControlCodec::BuildInstanceList({CfgAgent::RTX_INSTANCE_ADD, 7, "r", 0, 0, 0}));
+    for (auto _ : state) {
+        for (const Message& update : updates) {
+            benchmark::DoNotOptimize(tables.Apply(update));
+        }
+    }
+    if (tables.RouteCount() != kRtxRoutes) {
+        state.SkipWithError("the module did not take every route");
+    }
+    RouteRates(state, kRtxRoutes);
+}
+BENCHMARK(BM_ApplyRtxRouteAdds)->ArgName("hops")->Arg(1)->Arg(8);
+
+// The floor under both: the built entries' bytes copied into one buffer.
+void BM_FloorRtxRouteAdds(benchmark::State& state) {
+    const size_t hops = static_cast<size_t>(state.range(0));
+    std::vector<Message> entries;
+    size_t total = 0;
+    for (size_t i = 0; i < kRtxRoutes; ++i) {
+        Message entry;
+        CfgAgent::RtxRouteCodec::BuildAdd(RtxRouteOf(i, hops), entry);
+        total += entry.size();
+        entries.push_back(std::move(entry));
+    }
+    Message buffer(total);
+    for (auto _ : state) {
+        uint8_t* at = buffer.data();
+        for (const Message& entry : entries) {
+            std::memcpy(at, entry.data(), entry.size());
+            at += entry.size();
+        }
+        benchmark::DoNotOptimize(buffer.data());
+    }
+    RouteRates(state, kRtxRoutes);
+}
+BENCHMARK(BM_FloorRtxRouteAdds)->ArgName("hops")->Arg(1)->Arg(8);
 
 }  // namespace

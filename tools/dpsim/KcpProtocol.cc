@@ -19,12 +19,6 @@ using namespace CfgAgent;
 
 namespace {
 
-LinkProtocol::CommandResult Failure(std::string error) {
-    LinkProtocol::CommandResult result;
-    result.error = std::move(error);
-    return result;
-}
-
 template <typename Item, typename Key>
 auto FindById(std::vector<Item>& items, const std::string& id, Key key) {
     return std::find_if(items.begin(), items.end(),

@@ -1,5 +1,6 @@
 #include "LinkProtocol.h"
 
+#include "KcpCommandOptions.h"
 #include "KcpProtocol.h"
 #include "RtxProtocol.h"
 #include "SwsecProtocol.h"
@@ -21,6 +22,21 @@ std::unique_ptr<LinkProtocol> LinkProtocol::Create(const std::string& name) {
         return std::make_unique<RtxProtocol>();
     }
     return nullptr;
+}
+
+LinkProtocol::CommandResult LinkProtocol::Failure(std::string error) {
+    CommandResult result;
+    result.error = std::move(error);
+    return result;
+}
+
+bool LinkProtocol::Number(const std::string& text, uint32_t& number) {
+    unsigned long value = 0;
+    if (!KcpCommandOptions::ParseNumber(text, 0xFFFFFFFF, value)) {
+        return false;
+    }
+    number = static_cast<uint32_t>(value);
+    return true;
 }
 
 }  // namespace Dpsim

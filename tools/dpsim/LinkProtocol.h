@@ -59,6 +59,11 @@ public:
 
     // Null for a name no protocol answers to.
     static std::unique_ptr<LinkProtocol> Create(const std::string& name);
+
+    // What the protocols' commands share: a refusal, and a 32-bit number
+    // in decimal or hexadecimal.
+    static CommandResult Failure(std::string error);
+    static bool Number(const std::string& text, uint32_t& number);
 };
 
 }  // namespace Dpsim

@@ -1,7 +1,6 @@
 #include "RtxProtocol.h"
 
 #include "AddressText.h"
-#include "KcpCommandOptions.h"
 #include "dplink/BigEndian.h"
 #include "l3/codec/RtxDump.h"
 #include "l3/codec/RtxEntryCodec.h"
@@ -12,21 +11,6 @@ namespace Dpsim {
 using namespace CfgAgent;
 
 namespace {
-
-LinkProtocol::CommandResult Failure(std::string error) {
-    LinkProtocol::CommandResult result;
-    result.error = std::move(error);
-    return result;
-}
-
-bool Number(const std::string& text, uint32_t& number) {
-    unsigned long value = 0;
-    if (!KcpCommandOptions::ParseNumber(text, 0xFFFFFFFF, value)) {
-        return false;
-    }
-    number = static_cast<uint32_t>(value);
-    return true;
-}
 
 const char* TypeName(uint16_t type) {
     switch (type) {

@@ -18,21 +18,6 @@ using namespace CfgAgent;
 
 namespace {
 
-LinkProtocol::CommandResult Failure(std::string error) {
-    LinkProtocol::CommandResult result;
-    result.error = std::move(error);
-    return result;
-}
-
-bool Number(const std::string& text, uint32_t& number) {
-    unsigned long value = 0;
-    if (!KcpCommandOptions::ParseNumber(text, 0xFFFFFFFF, value)) {
-        return false;
-    }
-    number = static_cast<uint32_t>(value);
-    return true;
-}
-
 bool Ipv4(const std::string& text, uint32_t& ip) {
     bool v4 = false;
     VxlanIp bytes;
